@@ -4,6 +4,7 @@
 # components it links to, and no others, so that an include against the layers does not compile.
 # Headers are included as "recast/<component>/<header>.h", in the build tree as in an installed one.
 
+set(CMAKE_CXX_EXTENSIONS OFF)
 add_library(recast_settings INTERFACE)
 target_compile_features(recast_settings INTERFACE cxx_std_20)
 # Results must not depend on the machine or the optimisation level.

@@ -1,0 +1,3 @@
+#include "recast/typed_arrays/mem_array_impl.h"
+
+RECAST_NUMBER_ELEMENTS(RECAST_INSTANCE)

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <map>
+#include <typeindex>
+#include <typeinfo>
+
+#include "recast/larder/export.h"
+#include "recast/larder/handles.h"
+
+namespace Larder {
+
+class Intercube;
+
+/// Base of the capabilities that can be attached to an object.
+class RECAST_API InterfaceBase : public ReferenceBase<InterfaceBase> {
+ public:
+  /// The interface type under which `Intercube` files this object.
+  virtual const std::type_info& getInterfaceDomain() const = 0;
+  /// Called when the interface has been attached to `object`.
+  virtual bool apply_const(const Intercube& object) const;
+  virtual bool apply(Intercube& object);
+};
+
+/// Base of one kind of interface: class `I : Interface<I>`.
+template <class I>
+class Interface : public InterfaceBase {
+ public:
+  const std::type_info& getInterfaceDomain() const override { return typeid(I); }
+};
+
+/// An object to which interfaces can be attached, one of each kind. Not synchronised.
+class RECAST_API Intercube {
+ public:
+  /// Attaches `interface`, in place of a former one of its kind. A null handle does nothing.
+  void addInterface(const StrongPtr<InterfaceBase>& interface);
+  /// The attached interface of that kind, or null.
+  StrongPtr<InterfaceBase> findInterface(const std::type_info& kind) const;
+  /// The same, as the interface type itself.
+  template <class I>
+  StrongPtr<I, InterfaceBase> findInterface() const {
+    return StrongPtr<I, InterfaceBase>(dynamic_cast<I*>(findInterface(typeid(I)).rawptr()));
+  }
+
+ protected:
+  Intercube() = default;
+  ~Intercube() = default;
+
+ private:
+  // Most objects carry none or one; the map is made when it is needed.
+  std::map<std::type_index, StrongPtr<InterfaceBase>> interfaces_;
+};
+
+}  // namespace Larder

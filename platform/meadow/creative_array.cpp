@@ -1,0 +1,43 @@
+#include "recast/meadow/creative_array.h"
+
+namespace Quilt {
+
+CreativeArrayBase::CreativeArrayBase(const MemBaseHandle& array)
+    : typeName_(array->typeIndex().TypeName) {
+  pin(array);
+}
+
+CreativeArrayBase::CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored,
+                                     std::string typeName)
+    : typeName_(std::move(typeName)), stored_(stored) {}
+
+MemBaseHandle CreativeArrayBase::produce() {
+  const auto source = stored();
+  return source ? source->read() : nullptr;
+}
+
+void CreativeArrayBase::setStored(const Larder::StrongPtr<StoredFragment>& stored,
+                                  Larder::Cache& cache) {
+  {
+    const std::lock_guard lock(mutex_);
+    stored_ = stored;
+  }
+  unpin(cache);
+}
+
+Larder::StrongPtr<StoredFragment> CreativeArrayBase::stored() const {
+  const std::lock_guard lock(mutex_);
+  return stored_;
+}
+
+DataExtent CreativeArrayBase::extent() const {
+  const std::lock_guard lock(mutex_);
+  return extent_;
+}
+
+void CreativeArrayBase::setExtent(const DataExtent& extent) {
+  const std::lock_guard lock(mutex_);
+  extent_ = extent;
+}
+
+}  // namespace Quilt

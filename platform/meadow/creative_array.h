@@ -1,0 +1,65 @@
+#pragma once
+
+#include <optional>
+
+#include "recast/larder/ageable.h"
+#include "recast/larder/attributes.h"
+#include "recast/larder/creator.h"
+#include "recast/meadow/mem_base.h"
+
+namespace Quilt {
+
+/// The smallest and the largest value of an array; of points, per axis. NaN values are left out.
+struct DataExtent {
+  enum class Kind : unsigned char { None, Box, Range };
+
+  Kind kind = Kind::None;
+  double minimum[3] = {0, 0, 0};  ///< x, y, z of a box; the first one alone of a range
+  double maximum[3] = {0, 0, 0};
+};
+
+/// An array that lies in a file.
+class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {
+ public:
+  /// Reads the array anew. \return null, with a message on the console, if that fails.
+  virtual MemBaseHandle read() = 0;
+};
+
+/// Gives the array of one fragment of a field: from memory, or from the file where it is stored.
+///
+/// Attributes, age and interfaces say what is known of the fragment's data, and are kept with it.
+class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
+                                     public Larder::Attributes,
+                                     public Larder::Ageable,
+                                     public Larder::Intercube {
+ public:
+  /// A creator whose only source is `array`; it stays in memory until `setStored`.
+  explicit CreativeArrayBase(const MemBaseHandle& array);
+  /// A creator that reads its array on request.
+  CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored, std::string typeName);
+
+  MemBaseHandle produce() override;
+
+  /// From now on the array can be read again from `stored`, and memory may let it go to `cache`.
+  /// Called by the storage, from its own thread.
+  void setStored(const Larder::StrongPtr<StoredFragment>& stored, Larder::Cache& cache);
+  /// Where the array lies, or null if it is in memory alone.
+  Larder::StrongPtr<StoredFragment> stored() const;
+
+  /// The name of the element type; known without reading the array.
+  const std::string& typeName() const { return typeName_; }
+
+  /// What is known of the array's extent without looking at its elements.
+  DataExtent extent() const;
+  void setExtent(const DataExtent& extent);
+
+ private:
+  std::string typeName_;
+  mutable std::mutex mutex_;
+  Larder::StrongPtr<StoredFragment> stored_;
+  DataExtent extent_;
+};
+
+using CreatorHandle = Larder::StrongPtr<CreativeArrayBase, Larder::Creature>;
+
+}  // namespace Quilt

@@ -1,0 +1,178 @@
+#include "recast/meadow/field.h"
+
+#include "recast/larder/console.h"
+
+namespace Quilt {
+
+Field::Field(const Larder::StrongPtr<FragmentIDCollection>& fragments) : fragments_(fragments) {}
+
+Field::Field(const MemBaseHandle& data, const Larder::StrongPtr<FragmentIDCollection>& fragments)
+    : fragments_(fragments) {
+  if (!data) return;
+  whole_ = CreatorHandle(new CreativeArrayBase(data));
+  typeName_ = data->typeIndex().TypeName;
+}
+
+void Field::processOwnership(const Larder::StrongPtr<Placement>& place) {
+  place_ = place;
+  if (!place_->Anchor || !place_->Anchor->sink()) return;
+  // Data that came with the field goes to the file now.
+  auto& cache = Larder::Cache::MemCache();
+  if (const auto whole = madeWholeCreator(); whole && !whole->stored())
+    handOver(nullptr, whole, whole->get(), cache);
+  for (const auto& fragment : getFragmentIDs())
+    if (const auto creator = madeCreator(fragment->number()); creator && !creator->stored())
+      handOver(fragment, creator, creator->get(), cache);
+}
+
+Larder::StrongPtr<FragmentIDCollection> Field::getFragmentIDCollection() const {
+  return fragments_;
+}
+
+MemBaseHandle Field::newFragmentationArray() const { return nullptr; }
+
+void Field::setFragmentIDCollection(const Larder::StrongPtr<FragmentIDCollection>& fragments) {
+  fragments_ = fragments;
+}
+
+FragmentIDCollection& Field::collection() {
+  if (!fragments_) fragments_ = Larder::makeStrong<FragmentIDCollection>();
+  return *fragments_;
+}
+
+Larder::StrongPtr<FragmentID> Field::makeFragmentID(const std::string& name) {
+  return collection().makeFragmentID(name);
+}
+
+std::vector<Larder::StrongPtr<FragmentID>> Field::getFragmentIDs() const {
+  if (!fragments_) return {};
+  return fragments_->identifiers().base_vector();
+}
+
+Larder::StrongPtr<FragmentID> Field::ownIdentifier(const Larder::StrongPtr<FragmentID>& fragment) {
+  return fragment->belongsTo(collection()) ? fragment : makeFragmentID(fragment->name());
+}
+
+CreatorHandle Field::setPersistentData(const MemBaseHandle& array,
+                                       const Larder::StrongPtr<FragmentID>& fragment,
+                                       Larder::Cache& cache, const std::string& text) {
+  if (!array) return nullptr;
+  const auto own = fragment ? ownIdentifier(fragment) : nullptr;
+  const CreatorHandle creator(new CreativeArrayBase(array));
+  if (!text.empty()) creator->setAttribute("Source", Larder::singleValue(text));
+  CreatorHandle former;  // destroyed outside the lock
+  {
+    const std::lock_guard lock(mutex_);
+    if (typeName_.empty()) typeName_ = array->typeIndex().TypeName;
+    if (own) {
+      if (creators_.size() < fragments_->NumberOfFragmentIDs())
+        creators_.resize(fragments_->NumberOfFragmentIDs());
+      former = std::exchange(creators_[own->number()], creator);
+    } else {
+      former = std::exchange(whole_, creator);
+    }
+  }
+  renewAge();
+  handOver(own, creator, array, cache);
+  return creator;
+}
+
+void Field::handOver(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,
+                     const MemBaseHandle& array, Larder::Cache& cache) {
+  creator->renewAge();
+  if (!place_ || !place_->Anchor) return;
+  if (const auto sink = place_->Anchor->sink())
+    sink->store(*place_, *this, fragment, creator, array, cache);
+}
+
+CreatorHandle Field::createCreator(const MemBaseHandle& array, const std::string& fragmentName,
+                                   OnExistingData onExisting, Larder::Cache& cache) {
+  const auto present =
+      fragmentName.empty() ? wholeCreator() : getCreatorByName(fragmentName);
+  if (present) {
+    if (onExisting == OnExistingData::Refuse) return nullptr;
+    if (onExisting == OnExistingData::Keep) return present;
+    Larder::Console() << "Fragment " << fragmentName << " of the field "
+                      << (place_ ? place_->FieldName : std::string())
+                      << " is there already; the new data takes its place.";
+  }
+  return setPersistentData(array, fragmentName.empty() ? nullptr : makeFragmentID(fragmentName),
+                           cache, "");
+}
+
+CreatorHandle Field::getCreator(const Larder::StrongPtr<FragmentID>& fragment) const {
+  if (!fragment) return wholeCreator();
+  if (!fragments_ || !fragment->belongsTo(*fragments_)) return nullptr;
+  return getCreatorByNumber(fragment->number());
+}
+
+CreatorHandle Field::getCreatorByName(const std::string& fragmentName) const {
+  const auto fragment = fragments_ ? fragments_->findFragmentIDByName(fragmentName) : nullptr;
+  return fragment ? getCreatorByNumber(fragment->number()) : nullptr;
+}
+
+CreatorHandle Field::getCreatorByNumber(std::uint32_t number) const {
+  const std::lock_guard lock(mutex_);
+  if (number < creators_.size() && creators_[number]) return creators_[number];
+  if (!source_) return nullptr;
+  CreatorHandle creator = source_->makeCreator(number);
+  if (!creator) return nullptr;
+  if (creators_.size() <= number) creators_.resize(number + std::size_t{1});
+  creators_[number] = creator;
+  return creator;
+}
+
+CreatorHandle Field::getCompatibleCreator(const Larder::StrongPtr<FragmentID>& fragment) const {
+  CreatorHandle creator = getCreator(fragment);
+  if (creator || !fragment) return creator;
+  return getCreatorByName(fragment->name());
+}
+
+CreatorHandle Field::wholeCreator() const {
+  const std::lock_guard lock(mutex_);
+  if (!whole_ && source_) whole_ = source_->makeWholeCreator();
+  return whole_;
+}
+
+MemBaseHandle Field::getData(const Larder::StrongPtr<FragmentID>& fragment) const {
+  const CreatorHandle creator = getCreator(fragment);
+  return creator ? creator->create(false) : nullptr;
+}
+
+Larder::StrongPtr<QuiltTypeBase> Field::getElementType() const {
+  const std::lock_guard lock(mutex_);
+  return QuiltTypeBase::find(typeName_);
+}
+
+bool Field::iterate(FragmentIterator& iterator, const FragmentSelector& selector) const {
+  for (const auto& fragment : getFragmentIDs()) {
+    if (selector && !selector(*fragment)) continue;
+    const CreatorHandle creator = getCreatorByNumber(fragment->number());
+    if (creator && !iterator.apply(fragment, creator)) return false;
+  }
+  const CreatorHandle whole = wholeCreator();
+  return !whole || iterator.apply(nullptr, whole);
+}
+
+const Larder::StrongPtr<Field>& Field::NullPtrField() {
+  static const Larder::StrongPtr<Field> null;
+  return null;
+}
+
+void Field::setSource(const Larder::StrongPtr<FieldSource>& source, const std::string& typeName) {
+  const std::lock_guard lock(mutex_);
+  source_ = source;
+  typeName_ = typeName;
+}
+
+CreatorHandle Field::madeCreator(std::uint32_t number) const {
+  const std::lock_guard lock(mutex_);
+  return number < creators_.size() ? creators_[number] : nullptr;
+}
+
+CreatorHandle Field::madeWholeCreator() const {
+  const std::lock_guard lock(mutex_);
+  return whole_;
+}
+
+}  // namespace Quilt

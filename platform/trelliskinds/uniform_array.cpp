@@ -1,0 +1,50 @@
+#include "recast/trelliskinds/uniform_array.h"
+
+namespace Quilt {
+
+UniformCartesianArray::UniformCartesianArray(const MultiIndex<3>& size,
+                                             const Heron::PhysicalSpace::point& origin,
+                                             const Heron::PhysicalSpace::vector& spacing)
+    : MemBase(*QuiltTypeBase::find(typeid(Heron::PhysicalSpace::point)), nullptr),
+      size_(size),
+      origin_(origin),
+      spacing_(spacing) {}
+
+Larder::StrongPtr<UniformCartesianArray, Larder::Cacheable> UniformCartesianArray::overBox(
+    const Heron::PhysicalSpace::point& lower, const MultiIndex<3>& size,
+    const Heron::PhysicalSpace::point& upper) {
+  Heron::PhysicalSpace::vector spacing;
+  for (std::size_t i = 0; i < 3; ++i)
+    spacing[i] = size[i] > 1 ? (upper[i] - lower[i]) / static_cast<double>(size[i] - 1) : 0.0;
+  return Larder::makeStrong<UniformCartesianArray>(size, lower, spacing);
+}
+
+Heron::PhysicalSpace::point UniformCartesianArray::operator[](const MultiIndex<3>& position) const {
+  return {axis(0)[position[0]], axis(1)[position[1]], axis(2)[position[2]]};
+}
+
+DataExtent UniformCartesianArray::extent() const {
+  DataExtent extent;
+  if (size_.product() == 0) return extent;
+  extent.kind = DataExtent::Kind::Box;
+  for (std::size_t i = 0; i < 3; ++i) {
+    const double first = axis(i)[0];
+    const double last = axis(i)[size_[i] - 1];
+    extent.minimum[i] = first < last ? first : last;
+    extent.maximum[i] = first < last ? last : first;
+  }
+  return extent;
+}
+
+MemBaseHandle UniformCartesianArray::makeMemArray(const WeakCreator&) {
+  MemBaseHandle array = MemBase::newArray(typeIndex().TypeName, DynamicSize(size_));
+  if (!array || array->nElements() == 0) return array;
+  auto* element = static_cast<Heron::PhysicalSpace::point*>(array->getChunk()->data_ptr());
+  MultiIndex<3> position;
+  do {
+    *element++ = (*this)[position];
+  } while (position.inc(size_));
+  return array;
+}
+
+}  // namespace Quilt
