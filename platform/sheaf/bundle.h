@@ -1,0 +1,107 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "recast/larder/loader_parameters.h"
+#include "recast/larder/progress.h"
+#include "recast/sheaf/slice.h"
+#include "recast/sheaf/storage_error.h"
+#include "recast/sheaf/storage_transformations.h"
+
+namespace Quilt {
+
+class BundleFile;
+
+/// The outcome of binding or saving: 0 and an empty text, or a number and what went wrong.
+struct BindResult {
+  int number = 0;
+  std::string text;
+};
+
+using ProgressHandle = Larder::StrongPtr<Larder::LoaderProgress, Larder::InterfaceBase>;
+using StorageHandle = Larder::StrongPtr<StorageTransformations, Larder::InterfaceBase>;
+
+/// Data in slices by time, in memory or bound to a `.q8` file.
+///
+/// A bound bundle writes arrays while they are handed over, to a file beside its target; when the
+/// last handle to the bundle goes, the file is completed and takes the target's place in one step.
+/// Until then the target is untouched. If writing fails, the call that meets it throws
+/// `StorageError`, the release tells on the console, and the target stays as it was.
+///
+/// Two bundles may be used in two threads at once; one bundle may not, but for what `Field` allows.
+///
+///     for (const auto& [time, slice] : bundle) ...   // in ascending time
+class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::Attributes {
+ public:
+  Bundle();
+  ~Bundle() override;
+  /// Completes the file that the bundle is bound to.
+  void extremeUnction() override;
+
+  /// Binds the bundle to a new file of that name, which replaces an existing one on completion.
+  /// What the bundle holds already goes to the file too.
+  /// \return on failure a number and a text; the bundle is not valid from then on (`isValid`).
+  BindResult bindToNew(const std::string& name, const StorageHandle& storage = nullptr);
+  /// Binds the bundle to an existing file and loads what that holds; what is added later joins it.
+  /// Works on a copy, so that the file stays whole until completion. A file that isn't there fails.
+  BindResult bindTo(const std::string& name, const StorageHandle& storage = nullptr,
+                    const ProgressHandle& progress = nullptr);
+  /// False once binding has failed.
+  bool isValid() const { return valid_; }
+
+  /// Loads the structure of a file; arrays are read on request.
+  /// \param ok set to whether it worked; if not, the console tells why.
+  /// \param into a bundle that the content is added to, or null for a new one. Fragments, fields
+  /// and grids of names that it holds already are joined. \return the bundle that holds the
+  /// content, null on failure if `into` is null.
+  static Larder::StrongPtr<Bundle> load(
+      bool& ok, const Larder::StrongPtr<Larder::LoaderParameters>& parameters,
+      const Larder::StrongPtr<Bundle>& into);
+  /// Writes all that the bundle holds to a file of that name, as a bound bundle would.
+  BindResult save(const std::string& name, const ProgressHandle& progress,
+                  const StorageHandle& storage) const;
+  /// Waits until everything handed over so far is written, and lets arrays that can be read again
+  /// go from the cache. \throw StorageError if writing has failed.
+  void sync();
+
+  /// The slice at that time, made if missing.
+  Larder::StrongPtr<Slice> operator[](double time);
+  /// The slice at that time, or null.
+  Larder::StrongPtr<Slice> operator()(const double& time) const;
+  /// The grid of that identifier in the slice at that time, or null.
+  Larder::StrongPtr<Grid> operator()(double time, const Larder::StrongPtr<GridID>& id) const;
+  /// The names of all grids, each once.
+  std::vector<Larder::StrongPtr<GridID>> getGridIdentifiers() const;
+  Larder::StrongPtr<GridList> getGridList() const;
+
+  auto begin() const { return slices_.begin(); }
+  auto end() const { return slices_.end(); }
+
+ private:
+  BindResult bind(const std::string& name, const StorageHandle& storage, bool existing);
+
+  Larder::StrongPtr<BundleAnchor> anchor_;
+  std::map<double, Larder::StrongPtr<Slice>> slices_;
+  std::unique_ptr<BundleFile> file_;
+  bool valid_ = true;
+};
+
+/// A shared owner of a bundle. Tests true while the bundle is valid: a failed binding makes it
+/// false.
+class RECAST_API BundlePtr : public Larder::StrongPtr<Bundle> {
+ public:
+  BundlePtr() = default;
+  explicit BundlePtr(Bundle* bundle) : Larder::StrongPtr<Bundle>(bundle) {}
+  BundlePtr(const Larder::StrongPtr<Bundle>& bundle) : Larder::StrongPtr<Bundle>(bundle) {}
+
+  explicit operator bool() const { return rawptr() != nullptr && rawptr()->isValid(); }
+  /// See `Bundle::save`.
+  BindResult save(const std::string& name, const ProgressHandle& progress,
+                  const StorageHandle& storage) const {
+    return (*this)->save(name, progress, storage);
+  }
+};
+
+}  // namespace Quilt
