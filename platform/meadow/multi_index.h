@@ -82,6 +82,13 @@ class DynamicSize {
   std::size_t rank() const { return extents_.size(); }
   std::uint64_t operator[](std::size_t i) const { return extents_[i]; }
   const std::vector<std::uint64_t>& extents() const { return extents_; }
+  /// The product of the extents times `factor`. \return false if it does not fit 64 bits.
+  bool product(std::uint64_t factor, std::uint64_t& result) const {
+    result = factor;
+    for (const std::uint64_t extent : extents_)
+      if (__builtin_mul_overflow(result, extent, &result)) return false;
+    return true;
+  }
   /// The same as a `MultiIndex`; the rank must be N.
   template <int N>
   MultiIndex<N> toMultiIndex() const {

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "recast/meadow/creative_array.h"
+#include "recast/sheaf/storage_transformations.h"
+
+namespace Quilt::Storage {
+
+/// How one array is to be stored, from the rules of its bundle.
+struct StoreRules {
+  FilterSettings filter;
+  bool singlePrecision = false;
+  bool shift = false;
+  bool computeExtent = true;
+  std::size_t chunkBytes = std::size_t{1} << 20;
+};
+
+/// The numbers of an array as they go to a dataset: in the order of memory, one behind the other.
+struct ArrayImage {
+  DynamicSize shape;
+  std::span<const std::byte> bytes;
+  std::size_t numberSize = 0;  ///< bytes of one number in `bytes`
+  bool single = false;         ///< floats stand for the doubles of the array
+  std::optional<std::array<double, 3>> shift;  ///< to be added to the components on reading
+  DataExtent extent;
+
+  MemBaseHandle array;             ///< keeps `bytes` alive
+  std::vector<std::byte> own;      ///< the bytes, if they are not the array's own
+};
+
+/// Puts the image of an array together. Not for lists and computed arrays.
+ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules);
+
+/// The box of an array of points, the range of one of single numbers; nothing for other types and for
+/// arrays without a number. NaN is left out.
+DataExtent extentOf(const MemBase& array);
+
+}  // namespace Quilt::Storage

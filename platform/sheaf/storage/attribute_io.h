@@ -1,0 +1,32 @@
+#pragma once
+
+#include <hdf5.h>
+
+#include <string>
+
+#include "recast/larder/attributes.h"
+
+namespace Quilt::Storage {
+
+/// Writes all attributes of an object to an HDF5 object, in place of former ones of the same names.
+/// Numbers become one-dimensional attributes of their type, compound elements two-dimensional ones,
+/// texts fixed-length strings. A compound element type that h5py could not tell from plain numbers is
+/// named in a companion attribute "@type:" + name. The caller holds the lock.
+/// \throw StorageError
+void writeAttributes(hid_t object, const Larder::Attributes& attributes);
+
+/// Reads the attributes of an HDF5 object that are not our own. What can't be read is left out. The
+/// caller holds the lock.
+void readAttributes(hid_t object, Larder::Attributes& attributes);
+
+/// Our own attributes, whose names begin with "@". The readers give the default if there is none of
+/// that name and kind. The caller holds the lock.
+void writeText(hid_t object, const char* name, const std::string& text);
+std::string readText(hid_t object, const char* name, const std::string& otherwise = {});
+void writeNumbers(hid_t object, const char* name, const double* numbers, hsize_t count);
+void writeNumbers(hid_t object, const char* name, const unsigned long long* numbers, hsize_t count);
+/// \return false if the attribute isn't there or does not hold exactly `count` numbers.
+bool readNumbers(hid_t object, const char* name, double* numbers, hsize_t count);
+bool readNumbers(hid_t object, const char* name, unsigned long long* numbers, hsize_t count);
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,265 @@
+#include "recast/sheaf/storage/bundle_writer.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "recast/sheaf/storage/attribute_io.h"
+#include "recast/sheaf/storage/link_names.h"
+#include "recast/sheaf/storage/structure_writer.h"
+#include "recast/trelliskinds/uniform_array.h"
+
+namespace Quilt::Storage {
+namespace {
+
+std::size_t workers() { return std::max(1U, std::thread::hardware_concurrency()); }
+
+std::vector<std::string> pathOf(const Placement& place) {
+  return {escapedName(timeName(place.Time)), escapedName(place.GridName),
+          escapedName(place.Skeleton.name()), escapedName(place.RepresentationName),
+          escapedName(place.FieldName)};
+}
+
+std::vector<std::string> splitPath(const std::string& text) {
+  std::vector<std::string> links;
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find('/', start), text.size());
+    if (end > start) links.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return links;
+}
+
+}  // namespace
+
+BundleWriter::BundleWriter(const std::string& target, const StorageHandle& storage, bool existing,
+                           bool tellCreators)
+    : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
+      tellCreators_(tellCreators),
+      pool_(workers()) {
+  main_.partial = std::make_unique<PartialFile>(target, existing);
+  main_.file = Larder::makeStrong<Q8File>(
+      main_.partial->path(), target, existing ? Q8File::Mode::Change : Q8File::Mode::Create);
+  thread_ = std::thread([this] { work(); });
+}
+
+BundleWriter::~BundleWriter() {
+  stopWorking();
+  const Hdf5Lock lock(main_.file->state());
+  stores_.clear();
+  // Files that were not completed are lost: what HDF5 still holds of them need not be written.
+  for (auto& [name, output] : external_) output.file->abandon();
+  main_.file->abandon();
+}
+
+void BundleWriter::store(const Placement& place, const Field& field,
+                         const Larder::StrongPtr<FragmentID>& fragment,
+                         const CreatorHandle& creator, const MemBaseHandle& array,
+                         Larder::Cache& cache) {
+  throwFirstError();
+  if (!array || !isWanted(place, field, fragment.rawptr())) return;
+  const auto type = QuiltTypeBase::find(array->typeIndex().TypeName);
+  if (!type) return;  // no element type of files: it stays in memory
+  const bool computed = dynamic_cast<const UniformCartesianArray*>(array.rawptr()) != nullptr;
+  if (!computed && array->getPtr() == nullptr && array->nElements() > 0) return;
+  const bool isList = array->getType() == typeid(std::vector<unsigned int>);
+  const auto fragments = field.getFragmentIDCollection();
+  Job job;
+  job.bytes = array->memsize();
+  job.incoming.fragment = fragment;
+  job.incoming.creator = creator;
+  job.incoming.array = array;
+  job.incoming.cache = tellCreators_ ? &cache : nullptr;
+  job.incoming.rules = rulesFor(place, *array);
+  job.incoming.packed =
+      fragment && !isList && !computed &&
+      storage_->setFieldPacking(place.FieldName, fragments->NumberOfFragmentIDs());
+  if (!isList && !computed)
+    job.preparing = pool_.run([this, array, rules = job.incoming.rules,
+                               packed = job.incoming.packed] {
+      return prepare(array, rules, packed, pool_);
+    });
+  {
+    const std::lock_guard lock(mutex_);
+    job.store = &storeOf(place, type->TypeName);
+  }
+  enqueue(std::move(job));
+}
+
+bool BundleWriter::isWanted(const Placement& place, const Field& field,
+                            const FragmentID* fragment) const {
+  const FieldID id(place.FieldName);
+  return !storage_->SkipStorage(place.FieldName) && storage_->isSaveableTime(place.Time) &&
+         storage_->isSaveableField(id, field, nullptr, place.GridName, place.Time,
+                                   place.RepresentationName, place.Skeleton) &&
+         (fragment == nullptr || storage_->isSaveableFragment(id, *fragment));
+}
+
+StoreRules BundleWriter::rulesFor(const Placement& place, const MemBase& array) const {
+  StoreRules rules;
+  const auto chunk = array.getChunk();
+  rules.filter = storage_->getFilterSettings(place.FieldName, chunk);
+  rules.singlePrecision = storage_->WriteAsSinglePrecision(place.FieldName, chunk);
+  rules.shift = rules.singlePrecision && storage_->EnableNumericalShift(place.FieldName, chunk);
+  rules.computeExtent = storage_->ComputeRangeAttributeOnWriting(place.FieldName);
+  rules.chunkBytes = std::max<std::size_t>(4096, storage_->computeChunkSize(place.FieldName));
+  return rules;
+}
+
+FieldStore& BundleWriter::storeOf(const Placement& place, const std::string& typeName) {
+  std::vector<std::string> path = pathOf(place);
+  std::string key;
+  for (const std::string& link : path) key += "/" + link;
+  auto& store = stores_[key];
+  if (!store) {
+    OutputFile& output = fileFor(place, path);
+    store = std::make_unique<FieldStore>(output.file, path, typeName);
+  }
+  if (store->typeName().empty()) {
+    store = std::make_unique<FieldStore>(store->file(), path, typeName);
+  } else if (!typeName.empty() && store->typeName() != typeName) {
+    throw StorageError(main_.file->state().shownName, "write field " + place.FieldName,
+                       "it holds elements of " + store->typeName() + ", not of " + typeName);
+  }
+  return *store;
+}
+
+BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place,
+                                                std::vector<std::string>& path) {
+  const auto [name, inside] =
+      storage_->getExternalLocation(place.Time, place.GridName, place.Skeleton,
+                                    place.RepresentationName, place.FieldName);
+  if (name.empty()) return main_;
+  std::filesystem::path target(name);
+  if (target.is_relative())
+    target = std::filesystem::path(main_.partial->target()).parent_path() / target;
+  OutputFile& output = external_[target.string()];
+  if (!output.file) {
+    output.partial = std::make_unique<PartialFile>(target.string(), false);
+    output.file = Larder::makeStrong<Q8File>(output.partial->path(), target.string(),
+                                             Q8File::Mode::Create);
+  }
+  const std::vector<std::string> mainPath = path;
+  if (!inside.empty()) {
+    path = splitPath(storage_->getExternalLocationPrefix() + inside);
+    path.push_back(mainPath.back());
+  }
+  linkExternal(output,
+               storage_->getExternalFileReference(main_.partial->target(), target.string()),
+               mainPath);
+  return output;
+}
+
+void BundleWriter::linkExternal(const OutputFile& external, const std::string& reference,
+                                const std::vector<std::string>& path) {
+  // The link's parent groups are those of a field that lies in the main file.
+  const FieldStore parent(main_.file, {path.begin(), path.end() - 1}, "");
+  const Hdf5Lock lock(main_.file->state());
+  const Id group = parent.openGroup();
+  if (H5Lexists(group, path.back().c_str(), H5P_DEFAULT) > 0)
+    checked(H5Ldelete(group, path.back().c_str(), H5P_DEFAULT), "replace", path.back());
+  std::string inside;
+  for (const std::string& link : path) inside += "/" + link;
+  checked(H5Lcreate_external(reference.c_str(), inside.c_str(), group, path.back().c_str(),
+                             H5P_DEFAULT, H5P_DEFAULT),
+          "link", external.partial->target());
+}
+
+void BundleWriter::enqueue(Job job) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] {
+    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= kMostWaiting;
+  });
+  waitingBytes_ += job.bytes;
+  jobs_.push_back(std::move(job));
+  changed_.notify_all();
+}
+
+void BundleWriter::work() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    changed_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
+    if (jobs_.empty()) return;
+    working_ = true;
+    {
+      Job job = std::move(jobs_.front());
+      jobs_.pop_front();
+      const bool wanted = !error_;
+      lock.unlock();
+      const std::size_t bytes = job.bytes;
+      try {
+        if (job.preparing.valid()) job.incoming.prepared = job.preparing.get();
+        if (wanted) job.store->store(job.incoming);
+      } catch (...) {
+        remember(std::current_exception());
+      }
+      // Filters that nobody waited for still read the image.
+      if (job.incoming.prepared)
+        for (auto& block : job.incoming.prepared->blocks)
+          if (block.valid()) block.wait();
+      job = Job{};
+      lock.lock();
+      waitingBytes_ -= bytes;
+    }
+    working_ = false;
+    changed_.notify_all();
+  }
+}
+
+void BundleWriter::remember(std::exception_ptr error) {
+  const std::lock_guard lock(mutex_);
+  if (!error_) error_ = error;
+}
+
+void BundleWriter::throwFirstError() {
+  const std::lock_guard lock(mutex_);
+  if (error_) std::rethrow_exception(error_);
+}
+
+void BundleWriter::drain() {
+  {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return jobs_.empty() && !working_; });
+  }
+  throwFirstError();
+  flushStores();
+}
+
+void BundleWriter::flushStores() {
+  try {
+    for (auto& [key, store] : stores_) store->flush();
+  } catch (...) {
+    remember(std::current_exception());
+    throw;
+  }
+}
+
+void BundleWriter::stopWorking() {
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+    changed_.notify_all();
+  }
+  if (thread_.joinable()) thread_.join();
+}
+
+void BundleWriter::complete(const Bundle& bundle) {
+  StructureWriter writer(*this);
+  writer.handOverMissing(bundle);
+  drain();
+  writer.writeStructure(bundle);
+  {
+    const Hdf5Lock lock(main_.file->state());
+    stores_.clear();
+  }
+  // The external files first: the main file must not point to what isn't there.
+  for (auto& [name, output] : external_) {
+    output.file->close();
+    output.partial->putInPlace();
+    output.file->movedTo(output.partial->target());
+  }
+  main_.file->close();
+  main_.partial->putInPlace();
+  main_.file->movedTo(main_.partial->target());
+}
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
+
+#include "recast/sheaf/bundle.h"
+#include "recast/sheaf/storage/field_store.h"
+#include "recast/sheaf/storage/partial_file.h"
+
+namespace Quilt::Storage {
+
+/// Writes a bundle to a file: takes arrays from any thread, filters them on the machine's cores,
+/// writes them in a thread of its own, and completes the file with all that tells of them.
+///
+/// Arrays that wait to be written hold at most about `kMostWaiting` bytes; `store` waits when there
+/// are more. After the first error nothing more is written, every call throws it, and `complete`
+/// leaves the target as it was.
+class BundleWriter : public FragmentSink {
+ public:
+  static constexpr std::size_t kMostWaiting = std::size_t{256} << 20;
+
+  /// \throw StorageError if the file can't be made, or changed.
+  /// \param existing continues a copy of the target's content.
+  /// \param tellCreators lets creators read from the file what is written, and memory drop it.
+  BundleWriter(const std::string& target, const StorageHandle& storage, bool existing,
+               bool tellCreators);
+  ~BundleWriter() override;
+
+  void store(const Placement& place, const Field& field,
+             const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,
+             const MemBaseHandle& array, Larder::Cache& cache) override;
+  /// Waits until all arrays are in the file. \throw StorageError
+  void drain();
+  /// Writes the structure and the tables of `bundle` and whatever data of it isn't in the file yet,
+  /// and puts the file in its target's place. \throw StorageError; the target is untouched then.
+  void complete(const Bundle& bundle);
+
+  /// The file being written.
+  const FileHandle& file() const { return main_.file; }
+
+ private:
+  friend class StructureWriter;
+
+  struct OutputFile {
+    std::unique_ptr<PartialFile> partial;
+    FileHandle file;
+  };
+  struct Job {
+    FieldStore* store;
+    FieldStore::Incoming incoming;
+    std::future<std::shared_ptr<PreparedArray>> preparing;
+    std::size_t bytes;
+  };
+
+  /// Whether the rules let this data into the file.
+  bool isWanted(const Placement& place, const Field& field, const FragmentID* fragment) const;
+  StoreRules rulesFor(const Placement& place, const MemBase& array) const;
+  /// The store of a field, made at its first array. \pre `mutex_` is held.
+  FieldStore& storeOf(const Placement& place, const std::string& typeName);
+  OutputFile& fileFor(const Placement& place, std::vector<std::string>& path);
+  void linkExternal(const OutputFile& external, const std::string& reference,
+                    const std::vector<std::string>& path);
+  void enqueue(Job job);
+  void work();
+  void write(Job& job);
+  void throwFirstError();
+  void remember(std::exception_ptr error);
+  void stopWorking();
+  void flushStores();
+
+  StorageHandle storage_;
+  bool tellCreators_;
+  OutputFile main_;
+  std::map<std::string, OutputFile> external_;
+
+  std::mutex mutex_;  // guards the members below
+  std::condition_variable changed_;
+  std::deque<Job> jobs_;
+  std::size_t waitingBytes_ = 0;
+  bool working_ = false;
+  bool ending_ = false;
+  std::exception_ptr error_;
+  std::unordered_map<std::string, std::unique_ptr<FieldStore>> stores_;
+
+  WorkPool pool_;
+  std::thread thread_;
+};
+
+}  // namespace Quilt::Storage

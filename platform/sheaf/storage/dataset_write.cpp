@@ -1,0 +1,105 @@
+#include <algorithm>
+#include <cstring>
+
+#include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/filters.h"
+
+namespace Quilt::Storage {
+namespace {
+
+constexpr unsigned kDeflateSkipped = 2;  // bit of the second filter
+
+}  // namespace
+
+FilteredBlock filterBlock(std::span<const std::byte> bytes, std::size_t numberSize,
+                          std::size_t fullBytes, const FilterSettings& settings) {
+  std::vector<std::byte> padded;
+  if (bytes.size() < fullBytes) {
+    padded.resize(fullBytes);
+    std::memcpy(padded.data(), bytes.data(), bytes.size());
+    bytes = padded;
+  }
+  std::vector<std::byte> shuffled(fullBytes);
+  shuffle(bytes, numberSize, shuffled.data());
+  std::vector<std::byte> stream = deflated(shuffled, settings.level);
+  if (stream.empty()) return {std::move(shuffled), kDeflateSkipped};
+  return {std::move(stream), 0};
+}
+
+hid_t fileType(hid_t memoryType, bool single) {
+  if (single) return H5T_IEEE_F32LE;
+  const struct {
+    hid_t memory;
+    hid_t file;
+  } types[] = {{H5T_NATIVE_FLOAT, H5T_IEEE_F32LE},   {H5T_NATIVE_DOUBLE, H5T_IEEE_F64LE},
+               {H5T_NATIVE_UCHAR, H5T_STD_U8LE},     {H5T_NATIVE_USHORT, H5T_STD_U16LE},
+               {H5T_NATIVE_INT, H5T_STD_I32LE},      {H5T_NATIVE_UINT, H5T_STD_U32LE},
+               {H5T_NATIVE_ULLONG, H5T_STD_U64LE}};
+  for (const auto& type : types)
+    if (type.memory == memoryType) return type.file;
+  return memoryType;
+}
+
+Id createDataset(hid_t parent, const std::string& name, hid_t type, const BlockPlan& plan,
+                 const std::vector<hsize_t>& axes, const FilterSettings& filter) {
+  const Id space = own(
+      H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr), "lay out", name);
+  const Id properties = own(H5Pcreate(H5P_DATASET_CREATE), "lay out", name);
+  checked(H5Pset_obj_track_times(properties, false), "lay out", name);
+  checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "lay out", name);
+  if (filter.level > 0 && plan.blocks() > 0) {
+    checked(H5Pset_chunk(properties, static_cast<int>(axes.size()), plan.fullSize().data()),
+            "lay out", name);
+    checked(H5Pset_shuffle(properties), "lay out", name);
+    checked(H5Pset_deflate(properties, static_cast<unsigned>(std::min(filter.level, 9))),
+            "lay out", name);
+  }
+  return own(H5Dcreate2(parent, name.c_str(), type, space, H5P_DEFAULT, properties, H5P_DEFAULT),
+             "create dataset", name);
+}
+
+void writePlain(Q8File& file, hid_t dataset, hid_t memoryType, const BlockPlan& plan,
+                std::span<const std::byte> bytes, std::size_t numberSize) {
+  for (std::size_t i = 0; i < plan.blocks(); ++i) {
+    const BlockPlan::Block block = plan.block(i);
+    const std::byte* source = bytes.data() + block.firstNumber * numberSize;
+    const Hdf5Lock lock(file.state());
+    if (plan.blocks() == 1) {
+      checked(H5Dwrite(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, source), "write");
+      return;
+    }
+    const Id space = own(H5Dget_space(dataset), "write");
+    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, block.start.data(), nullptr,
+                                block.size.data(), nullptr),
+            "write");
+    const hsize_t numbers = block.numbers;
+    const Id memory = own(H5Screate_simple(1, &numbers, nullptr), "write");
+    checked(H5Dwrite(dataset, memoryType, memory, space, H5P_DEFAULT, source), "write");
+  }
+}
+
+void writeFiltered(Q8File& file, hid_t dataset, const BlockPlan& plan,
+                   std::vector<std::future<FilteredBlock>>& blocks) {
+  for (std::size_t i = 0; i < plan.blocks(); ++i) {
+    const FilteredBlock filtered = blocks[i].get();
+    const BlockPlan::Block block = plan.block(i);
+    const Hdf5Lock lock(file.state());
+    checked(H5Dwrite_chunk(dataset, H5P_DEFAULT, filtered.skippedFilters, block.start.data(),
+                           filtered.bytes.size(), filtered.bytes.data()),
+            "write");
+  }
+}
+
+void writeList(hid_t parent, const std::string& name, hid_t type, const void* data,
+               std::size_t count, bool deflate) {
+  const hsize_t extent = count;
+  const std::size_t size = H5Tget_size(type);
+  const BlockPlan plan({extent}, size, std::size_t{1} << 18, false);
+  FilterSettings filter;
+  filter.level = deflate && count * size > 4096 ? 1 : 0;
+  const Id dataset = createDataset(parent, name, type, plan, {extent}, filter);
+  if (count > 0)
+    checked(H5Dwrite(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, data), "write dataset", name);
+}
+
+}  // namespace Quilt::Storage

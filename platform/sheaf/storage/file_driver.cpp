@@ -1,0 +1,186 @@
+#include "recast/sheaf/storage/file_driver.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "recast/sheaf/storage/file_size_signal.h"
+
+namespace Quilt::Storage {
+namespace {
+
+struct DriverInfo {
+  FileState* state;
+};
+
+struct OpenFile {
+  H5FD_t base;  // HDF5's part; must stand first
+  int descriptor;
+  haddr_t allocated;
+  haddr_t size;
+  dev_t device;
+  ino_t inode;
+  FileState* state;
+};
+
+OpenFile& self(H5FD_t* file) { return *reinterpret_cast<OpenFile*>(file); }
+const OpenFile& self(const H5FD_t* file) { return *reinterpret_cast<const OpenFile*>(file); }
+
+herr_t failed(OpenFile& file) {
+  int none = 0;
+  file.state->systemError.compare_exchange_strong(none, errno);
+  return -1;
+}
+
+H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr_t) {
+  const auto* info = static_cast<const DriverInfo*>(H5Pget_driver_info(accessProperties));
+  if (info == nullptr) return nullptr;
+  int mode = (flags & H5F_ACC_RDWR) != 0 ? O_RDWR : O_RDONLY;
+  if ((flags & H5F_ACC_TRUNC) != 0) mode |= O_TRUNC;
+  if ((flags & H5F_ACC_CREAT) != 0) mode |= O_CREAT;
+  if ((flags & H5F_ACC_EXCL) != 0) mode |= O_EXCL;
+  const int descriptor = open(name, mode | O_CLOEXEC, 0666);
+  struct stat status {};
+  if (descriptor < 0 || fstat(descriptor, &status) < 0 || S_ISDIR(status.st_mode)) {
+    if (descriptor >= 0 && S_ISDIR(status.st_mode)) errno = EISDIR;
+    int none = 0;
+    info->state->systemError.compare_exchange_strong(none, errno);
+    if (descriptor >= 0) close(descriptor);
+    return nullptr;
+  }
+  auto* file = new (std::nothrow) OpenFile{};
+  if (file == nullptr) {
+    close(descriptor);
+    return nullptr;
+  }
+  file->descriptor = descriptor;
+  file->size = static_cast<haddr_t>(status.st_size);
+  file->device = status.st_dev;
+  file->inode = status.st_ino;
+  file->state = info->state;
+  return &file->base;
+}
+
+herr_t closeFile(H5FD_t* file) {
+  close(self(file).descriptor);
+  delete &self(file);
+  return 0;
+}
+
+int compareFiles(const H5FD_t* a, const H5FD_t* b) {
+  if (self(a).device != self(b).device) return self(a).device < self(b).device ? -1 : 1;
+  if (self(a).inode != self(b).inode) return self(a).inode < self(b).inode ? -1 : 1;
+  return 0;
+}
+
+herr_t queryFeatures(const H5FD_t*, unsigned long* flags) {
+  if (flags != nullptr)
+    *flags = H5FD_FEAT_AGGREGATE_METADATA | H5FD_FEAT_ACCUMULATE_METADATA | H5FD_FEAT_DATA_SIEVE |
+             H5FD_FEAT_AGGREGATE_SMALLDATA;
+  return 0;
+}
+
+haddr_t allocatedEnd(const H5FD_t* file, H5FD_mem_t) { return self(file).allocated; }
+
+herr_t setAllocatedEnd(H5FD_t* file, H5FD_mem_t, haddr_t address) {
+  self(file).allocated = address;
+  return 0;
+}
+
+haddr_t endOfFile(const H5FD_t* file, H5FD_mem_t) { return self(file).size; }
+
+herr_t fileHandle(H5FD_t* file, hid_t, void** handle) {
+  *handle = &self(file).descriptor;
+  return 0;
+}
+
+herr_t readBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size, void* buffer) {
+  OpenFile& open = self(file);
+  auto* bytes = static_cast<char*>(buffer);
+  while (size > 0) {
+    const ssize_t got = pread(open.descriptor, bytes, size, static_cast<off_t>(address));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return failed(open);
+    if (got == 0) {
+      std::memset(bytes, 0, size);  // what was allocated and never written reads as zero
+      return 0;
+    }
+    bytes += got;
+    address += static_cast<haddr_t>(got);
+    size -= static_cast<size_t>(got);
+  }
+  return 0;
+}
+
+herr_t writeBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size,
+                  const void* buffer) {
+  OpenFile& open = self(file);
+  if (open.state->systemError.load() != 0) return 0;
+  const FileSizeSignalBlocked blocked;
+  const auto* bytes = static_cast<const char*>(buffer);
+  while (size > 0) {
+    const ssize_t put = pwrite(open.descriptor, bytes, size, static_cast<off_t>(address));
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) return failed(open);
+    bytes += put;
+    address += static_cast<haddr_t>(put);
+    size -= static_cast<size_t>(put);
+  }
+  open.size = std::max(open.size, address);
+  return 0;
+}
+
+herr_t truncateFile(H5FD_t* file, hid_t, hbool_t) {
+  OpenFile& open = self(file);
+  if (open.allocated == open.size || open.state->systemError.load() != 0) return 0;
+  const FileSizeSignalBlocked blocked;
+  if (ftruncate(open.descriptor, static_cast<off_t>(open.allocated)) < 0) return failed(open);
+  open.size = open.allocated;
+  return 0;
+}
+
+herr_t noLock(H5FD_t*, hbool_t) { return 0; }
+herr_t noUnlock(H5FD_t*) { return 0; }
+
+hid_t registerDriver() {
+  static H5FD_class_t driver{};
+#ifdef H5FD_CLASS_VERSION
+  driver.version = H5FD_CLASS_VERSION;
+  driver.value = static_cast<H5FD_class_value_t>(600);
+#endif
+  driver.name = "recast";
+  driver.maxaddr = HADDR_MAX / 2;
+  driver.fc_degree = H5F_CLOSE_STRONG;
+  driver.fapl_size = sizeof(DriverInfo);
+  driver.open = openFile;
+  driver.close = closeFile;
+  driver.cmp = compareFiles;
+  driver.query = queryFeatures;
+  driver.get_eoa = allocatedEnd;
+  driver.set_eoa = setAllocatedEnd;
+  driver.get_eof = endOfFile;
+  driver.get_handle = fileHandle;
+  driver.read = readBytes;
+  driver.write = writeBytes;
+  driver.truncate = truncateFile;
+  driver.lock = noLock;
+  driver.unlock = noUnlock;
+  const H5FD_mem_t map[] = H5FD_FLMAP_DICHOTOMY;
+  std::copy(std::begin(map), std::end(map), driver.fl_map);
+  return H5FDregister(&driver);
+}
+
+}  // namespace
+
+void useFileDriver(hid_t accessProperties, FileState& state) {
+  static const hid_t driver = registerDriver();
+  const DriverInfo info{&state};
+  H5Pset_driver(accessProperties, driver, &info);
+}
+
+}  // namespace Quilt::Storage

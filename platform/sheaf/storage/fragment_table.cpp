@@ -1,0 +1,215 @@
+#include "recast/sheaf/storage/fragment_table.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "recast/sheaf/storage/dataset_io.h"
+
+namespace Quilt::Storage {
+namespace {
+
+constexpr const char* kTable = "@fragments";
+constexpr const char* kName = "name";
+
+/// One column: a member of the row. `width` numbers of `type`, of which the file may hold fewer.
+struct Column {
+  const char* name;
+  std::size_t offset;
+  hid_t type;
+  std::size_t width;
+};
+
+std::vector<Column> allColumns() {
+  return {{"number", offsetof(FragmentRow, number), H5T_NATIVE_INT64, 0},
+          {"kind", offsetof(FragmentRow, lie), H5T_NATIVE_UINT8, 0},
+          {"rank", offsetof(FragmentRow, rank), H5T_NATIVE_UINT8, 0},
+          {"shape", offsetof(FragmentRow, shape), H5T_NATIVE_UINT64, FragmentRow::kMostAxes},
+          {"offset", offsetof(FragmentRow, offset), H5T_NATIVE_UINT64, 0},
+          {"extent", offsetof(FragmentRow, extent), H5T_NATIVE_UINT8, 0},
+          {"minimum", offsetof(FragmentRow, minimum), H5T_NATIVE_DOUBLE, 3},
+          {"maximum", offsetof(FragmentRow, maximum), H5T_NATIVE_DOUBLE, 3},
+          {"shifted", offsetof(FragmentRow, shifted), H5T_NATIVE_UINT8, 0},
+          {"shift", offsetof(FragmentRow, shift), H5T_NATIVE_DOUBLE, 3},
+          {"properties", offsetof(FragmentRow, properties), H5T_NATIVE_UINT8, 0},
+          {"location", offsetof(FragmentRow, location), H5T_NATIVE_UINT64, 3},
+          {"lower_overlap", offsetof(FragmentRow, lowerOverlap), H5T_NATIVE_UINT64, 3},
+          {"upper_overlap", offsetof(FragmentRow, upperOverlap), H5T_NATIVE_UINT64, 3},
+          {"cell_size", offsetof(FragmentRow, cellSize), H5T_NATIVE_DOUBLE, 0},
+          {"attributes", offsetof(FragmentRow, attributes), H5T_NATIVE_UINT8, 0}};
+}
+
+Id columnType(const Column& column, std::size_t width) {
+  if (column.width == 0) return own(H5Tcopy(column.type), "lay out table");
+  const hsize_t extent = width;
+  return own(H5Tarray_create2(column.type, 1, &extent), "lay out table");
+}
+
+std::size_t columnBytes(const Column& column, std::size_t width) {
+  return H5Tget_size(column.type) * std::max<std::size_t>(1, width);
+}
+
+/// How many numbers of an array column say anything, over all rows; 0 leaves the column out.
+std::size_t usedWidth(const Column& column, const std::vector<FragmentRow>& rows) {
+  const std::size_t size = H5Tget_size(column.type);
+  std::size_t used = 0;
+  for (const FragmentRow& row : rows) {
+    const char* start = reinterpret_cast<const char*>(&row) + column.offset;
+    for (std::size_t i = std::max<std::size_t>(1, column.width); i-- > used;)
+      if (std::any_of(start + i * size, start + (i + 1) * size, [](char c) { return c != 0; })) {
+        used = i + 1;
+        break;
+      }
+  }
+  return used;
+}
+
+struct PlacedColumn {
+  Column column;
+  std::size_t width;       // numbers in the file's rows
+  std::size_t fileOffset;  // in the rows as they are read or written
+};
+
+/// A compound type of the placed columns, with the name first if it has a length.
+Id rowType(const std::vector<PlacedColumn>& columns, std::size_t nameLength, std::size_t size) {
+  Id type = own(H5Tcreate(H5T_COMPOUND, size), "lay out table");
+  if (nameLength > 0) {
+    const Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
+    checked(H5Tset_size(name, nameLength), "lay out table");
+    checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
+    checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
+    checked(H5Tinsert(type, kName, 0, name), "lay out table");
+  }
+  for (const PlacedColumn& placed : columns) {
+    const Id member = columnType(placed.column, placed.width);
+    checked(H5Tinsert(type, placed.column.name, placed.fileOffset, member), "lay out table");
+  }
+  return type;
+}
+
+/// The width of a column in a table of the file; false if it isn't there or is none of ours.
+bool widthInFile(hid_t table, const Column& column, std::size_t& width) {
+  const int index = H5Tget_member_index(table, column.name);
+  if (index < 0) return false;
+  const Id member(H5Tget_member_type(table, static_cast<unsigned>(index)));
+  width = 0;
+  hid_t number = member;
+  Id base;
+  if (H5Tget_class(member) == H5T_ARRAY) {
+    hsize_t extent = 0;
+    if (H5Tget_array_ndims(member) != 1 || H5Tget_array_dims2(member, &extent) < 0) return false;
+    width = extent;
+    base = Id(H5Tget_super(member));
+    number = base;
+  }
+  const H5T_class_t kind = H5Tget_class(number);
+  return (kind == H5T_INTEGER || kind == H5T_FLOAT) && (width > 0) == (column.width > 0) &&
+         width <= column.width;
+}
+
+void sanitise(FragmentRow& row) {
+  row.rank = std::min<std::uint8_t>(row.rank, FragmentRow::kMostAxes);
+  if (row.lie > Lie::Uniform) row.lie = Lie::Absent;
+  if (row.extent > DataExtent::Kind::Range) row.extent = DataExtent::Kind::None;
+}
+
+std::size_t longestName(const FragmentTable& table) {
+  std::size_t longest = 0;
+  for (const std::string& name : table.names) longest = std::max(longest, name.size());
+  return longest;
+}
+
+}  // namespace
+
+DynamicSize FragmentRow::size() const {
+  return DynamicSize(std::vector<std::uint64_t>(shape, shape + rank));
+}
+
+DataExtent FragmentRow::dataExtent() const {
+  DataExtent result;
+  result.kind = extent;
+  std::copy(minimum, minimum + 3, result.minimum);
+  std::copy(maximum, maximum + 3, result.maximum);
+  return result;
+}
+
+void FragmentRow::setSize(const DynamicSize& size) {
+  rank = static_cast<std::uint8_t>(std::min(size.rank(), kMostAxes));
+  std::copy_n(size.extents().begin(), rank, shape);
+}
+
+void FragmentRow::setExtent(const DataExtent& from) {
+  extent = from.kind;
+  std::copy(from.minimum, from.minimum + 3, minimum);
+  std::copy(from.maximum, from.maximum + 3, maximum);
+}
+
+void writeTable(hid_t field, const FragmentTable& table) {
+  const std::size_t nameLength = longestName(table);
+  std::vector<PlacedColumn> columns;
+  std::size_t size = nameLength;
+  for (const Column& column : allColumns()) {
+    const bool always = std::strcmp(column.name, "number") == 0 ||
+                        std::strcmp(column.name, "kind") == 0 ||
+                        std::strcmp(column.name, "rank") == 0;
+    std::size_t width = usedWidth(column, table.rows);
+    if (width == 0 && !always) continue;
+    if (column.width == 0) width = 0;
+    columns.push_back({column, width, size});
+    size += columnBytes(column, width);
+  }
+  std::vector<char> bytes(table.rows.size() * size);
+  for (std::size_t i = 0; i < table.rows.size(); ++i) {
+    char* out = bytes.data() + i * size;
+    if (nameLength > 0) std::memcpy(out, table.names[i].data(), table.names[i].size());
+    const char* row = reinterpret_cast<const char*>(&table.rows[i]);
+    for (const PlacedColumn& placed : columns)
+      std::memcpy(out + placed.fileOffset, row + placed.column.offset,
+                  columnBytes(placed.column, placed.width));
+  }
+  if (H5Lexists(field, kTable, H5P_DEFAULT) > 0)
+    checked(H5Ldelete(field, kTable, H5P_DEFAULT), "replace table");
+  writeList(field, kTable, rowType(columns, nameLength, size), bytes.data(), table.rows.size(),
+            true);
+}
+
+FragmentTable readTable(Q8File& file, hid_t field) {
+  FragmentTable table;
+  if (H5Lexists(field, kTable, H5P_DEFAULT) <= 0) return table;
+  const Id dataset = own(H5Dopen2(field, kTable, H5P_DEFAULT), "open table");
+  const Id fileRow = own(H5Dget_type(dataset), "read table");
+  const DatasetShape shape = shapeOf(file, dataset, kTable);
+  if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) fail("read table");
+  std::size_t nameLength = 0;
+  if (const int index = H5Tget_member_index(fileRow, kName); index >= 0) {
+    const Id name(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
+    if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) fail("read table");
+    nameLength = H5Tget_size(name);
+  }
+  std::vector<PlacedColumn> columns;
+  std::size_t size = nameLength;
+  for (const Column& column : allColumns()) {
+    std::size_t width = 0;
+    if (!widthInFile(fileRow, column, width)) continue;
+    columns.push_back({column, width, size});
+    size += columnBytes(column, width);
+  }
+  if (columns.empty()) fail("read table");
+  const Id type = rowType(columns, nameLength, size);
+  std::vector<char> bytes(shape.numbers * size);
+  checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes.data()), "read table");
+  table.rows.resize(shape.numbers);
+  if (nameLength > 0) table.names.resize(shape.numbers);
+  for (std::size_t i = 0; i < shape.numbers; ++i) {
+    const char* in = bytes.data() + i * size;
+    if (nameLength > 0) table.names[i].assign(in, strnlen(in, nameLength));
+    char* row = reinterpret_cast<char*>(&table.rows[i]);
+    for (const PlacedColumn& placed : columns)
+      std::memcpy(row + placed.column.offset, in + placed.fileOffset,
+                  columnBytes(placed.column, placed.width));
+    sanitise(table.rows[i]);
+  }
+  return table;
+}
+
+}  // namespace Quilt::Storage

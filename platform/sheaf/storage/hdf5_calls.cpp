@@ -1,0 +1,50 @@
+#include "recast/sheaf/storage/hdf5_calls.h"
+
+#include <cstring>
+#include <mutex>
+
+namespace Quilt::Storage {
+namespace {
+
+std::recursive_mutex& processLock() {
+  // Never destroyed: files may still be closed while statics go.
+  static auto* mutex = new std::recursive_mutex;
+  return *mutex;
+}
+
+thread_local const FileState* currentFile = nullptr;
+
+herr_t firstMessage(unsigned, const H5E_error2_t* error, void* text) {
+  auto& message = *static_cast<std::string*>(text);
+  if (message.empty() && error->desc != nullptr) message = error->desc;
+  return 0;
+}
+
+}  // namespace
+
+Hdf5Lock::Hdf5Lock(const FileState& file) : outer_(currentFile) {
+  processLock().lock();
+  static const bool quiet = H5open() >= 0 && H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr) >= 0;
+  static_cast<void>(quiet);
+  currentFile = &file;
+}
+
+Hdf5Lock::~Hdf5Lock() {
+  currentFile = outer_;
+  processLock().unlock();
+}
+
+void fail(const std::string& operation) {
+  std::string reason;
+  const int systemError = currentFile != nullptr ? currentFile->systemError.load() : 0;
+  if (systemError != 0)
+    reason = std::strerror(systemError);
+  else
+    H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, firstMessage, &reason);
+  if (reason.empty()) reason = "refused by the file format library";
+  H5Eclear2(H5E_DEFAULT);
+  throw StorageError(currentFile != nullptr ? currentFile->shownName : std::string(), operation,
+                     reason);
+}
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <hdf5.h>
+
+#include <string>
+#include <utility>
+
+#include "recast/sheaf/storage/file_driver.h"
+#include "recast/sheaf/storage_error.h"
+
+/// HDF5 behind one lock and with checked results. No header outside this folder includes it.
+namespace Quilt::Storage {
+
+/// Holds the one lock around all HDF5 calls of the process, which the library needs as packaged, and
+/// names the file that errors are told of. May be nested.
+class Hdf5Lock {
+ public:
+  explicit Hdf5Lock(const FileState& file);
+  ~Hdf5Lock();
+  Hdf5Lock(const Hdf5Lock&) = delete;
+  Hdf5Lock& operator=(const Hdf5Lock&) = delete;
+
+ private:
+  const FileState* outer_;
+};
+
+/// Throws `StorageError` for the file of the innermost lock, with the system's reason if there is one
+/// and else HDF5's own.
+[[noreturn]] void fail(const std::string& operation);
+
+/// The result of an HDF5 call, if it isn't negative.
+/// \throw StorageError saying that `operation` failed.
+template <class Result>
+Result checked(Result result, const char* operation, const std::string& object = {}) {
+  if (result < 0) fail(object.empty() ? operation : std::string(operation) + " " + object);
+  return result;
+}
+
+/// Owns an HDF5 identifier.
+class Id {
+ public:
+  Id() = default;
+  /// Takes over `id`, which must be valid.
+  explicit Id(hid_t id) : id_(id) {}
+  Id(Id&& other) noexcept : id_(std::exchange(other.id_, H5I_INVALID_HID)) {}
+  Id& operator=(Id&& other) noexcept {
+    std::swap(id_, other.id_);
+    return *this;
+  }
+  ~Id() {
+    if (id_ >= 0) H5Idec_ref(id_);
+  }
+
+  operator hid_t() const { return id_; }
+  bool valid() const { return id_ >= 0; }
+
+ private:
+  hid_t id_ = H5I_INVALID_HID;
+};
+
+/// An owned identifier from an HDF5 call, checked as by `checked`.
+inline Id own(hid_t result, const char* operation, const std::string& object = {}) {
+  return Id(checked(result, operation, object));
+}
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,115 @@
+#include "recast/sheaf/storage/packed_dataset.h"
+
+#include <algorithm>
+
+namespace Quilt::Storage {
+
+PackedDataset::PackedDataset(Q8File& file, const std::string& group, const ElementLayout& layout,
+                             const FilterSettings& filter, std::size_t chunkBytes, bool single)
+    : file_(file),
+      layout_(layout),
+      filter_(filter),
+      single_(single),
+      numberBytes_(single ? sizeof(float) : layout.componentSize),
+      elementBytes_(numberBytes_ * layout.components),
+      chunkElements_(std::max<std::size_t>(1, chunkBytes / elementBytes_)) {
+  const Hdf5Lock lock(file_.state());
+  const Id parent = own(H5Gopen2(file_.id(), group.c_str(), H5P_DEFAULT), "open group", group);
+  if (H5Lexists(parent, "@packed", H5P_DEFAULT) > 0)
+    openPresent(group + "/@packed");
+  else
+    create(group);
+}
+
+void PackedDataset::openPresent(const std::string& path) {
+  dataset_ = own(H5Dopen2(file_.id(), path.c_str(), H5P_DEFAULT), "open dataset", path);
+  const DatasetShape shape = shapeOf(file_, dataset_, path);
+  const Id properties = own(H5Dget_create_plist(dataset_), "open dataset", path);
+  hsize_t chunk[2] = {0, 0};
+  const int rank = H5Pget_chunk(properties, 2, chunk);
+  single_ = shape.numberSize < layout_.componentSize;
+  numberBytes_ = single_ ? sizeof(float) : layout_.componentSize;
+  elementBytes_ = numberBytes_ * layout_.components;
+  if (rank != static_cast<int>(shape.axes.size()) || shape.numberSize != numberBytes_ ||
+      shape.numbers != shape.axes[0] * layout_.components)
+    throw StorageError(file_.state().shownName, "extend " + path, "it is laid out otherwise");
+  chunkElements_ = chunk[0];
+  elements_ = inFile_ = shape.axes[0];
+  const int filters = H5Pget_nfilters(properties);
+  if (filters == 0) filter_.level = 0;
+  else if (filter_.level == 0) filter_.level = 1;
+  // The elements of the unfinished chunk are written again with those that follow.
+  const std::uint64_t started = elements_ % chunkElements_;
+  pending_.resize(started * elementBytes_);
+  if (started == 0) return;
+  const hsize_t start[] = {elements_ - started, 0};
+  const hsize_t size[] = {started, layout_.components};
+  const Id space = own(H5Dget_space(dataset_), "read dataset", path);
+  checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, start, nullptr, size, nullptr),
+          "read dataset", path);
+  const hsize_t numbers = started * layout_.components;
+  const Id memory = own(H5Screate_simple(1, &numbers, nullptr), "read dataset", path);
+  checked(H5Dread(dataset_, single_ ? H5T_NATIVE_FLOAT : layout_.memoryType, memory, space,
+                  H5P_DEFAULT, pending_.data()),
+          "read dataset", path);
+}
+
+void PackedDataset::create(const std::string& group) {
+  const std::string path = group + "/@packed";
+  const int rank = layout_.components > 1 ? 2 : 1;
+  const hsize_t none[] = {0, layout_.components};
+  const hsize_t most[] = {H5S_UNLIMITED, layout_.components};
+  const hsize_t chunk[] = {chunkElements_, layout_.components};
+  const Id space = own(H5Screate_simple(rank, none, most), "lay out", path);
+  const Id properties = own(H5Pcreate(H5P_DATASET_CREATE), "lay out", path);
+  checked(H5Pset_obj_track_times(properties, false), "lay out", path);
+  checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "lay out", path);
+  checked(H5Pset_chunk(properties, rank, chunk), "lay out", path);
+  if (filter_.level > 0) {
+    checked(H5Pset_shuffle(properties), "lay out", path);
+    checked(H5Pset_deflate(properties, static_cast<unsigned>(std::min(filter_.level, 9))),
+            "lay out", path);
+  }
+  dataset_ = own(H5Dcreate2(file_.id(), path.c_str(), fileType(layout_.memoryType, single_), space,
+                            H5P_DEFAULT, properties, H5P_DEFAULT),
+                 "create dataset", path);
+}
+
+void PackedDataset::append(std::span<const std::byte> bytes) {
+  const std::size_t chunkBytes = chunkElements_ * elementBytes_;
+  while (!bytes.empty()) {
+    const std::size_t room = chunkBytes - pending_.size();
+    const auto piece = bytes.first(std::min(room, bytes.size()));
+    pending_.insert(pending_.end(), piece.begin(), piece.end());
+    bytes = bytes.subspan(piece.size());
+    elements_ += piece.size() / elementBytes_;
+    if (pending_.size() < chunkBytes) return;
+    writeChunk(elements_ / chunkElements_ - 1, pending_);
+    pending_.clear();
+  }
+}
+
+void PackedDataset::flush() {
+  if (!pending_.empty()) writeChunk(elements_ / chunkElements_, pending_);
+}
+
+void PackedDataset::writeChunk(std::uint64_t index, std::span<const std::byte> bytes) {
+  const std::size_t fullBytes = chunkElements_ * elementBytes_;
+  FilteredBlock block;
+  if (filter_.level > 0) {
+    block = filterBlock(bytes, numberBytes_, fullBytes, filter_);
+  } else {
+    block.bytes.assign(bytes.begin(), bytes.end());
+    block.bytes.resize(fullBytes);
+  }
+  const Hdf5Lock lock(file_.state());
+  const hsize_t extent[] = {elements_, layout_.components};
+  checked(H5Dset_extent(dataset_, extent), "extend dataset");
+  const hsize_t start[] = {index * chunkElements_, 0};
+  checked(H5Dwrite_chunk(dataset_, H5P_DEFAULT, block.skippedFilters, start, block.bytes.size(),
+                         block.bytes.data()),
+          "write dataset");
+  inFile_ = elements_;
+}
+
+}  // namespace Quilt::Storage

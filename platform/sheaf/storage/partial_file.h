@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+namespace Quilt::Storage {
+
+/// A file that is written beside its target and takes the target's place in one step.
+///
+/// The file is called `<target>.partial`; a lock on it keeps a second writer of the same target off,
+/// and ends with the process. A leftover of a killed process is replaced.
+class PartialFile {
+ public:
+  /// Makes the empty file, or with `copyTarget` one with the content of the target (sharing its blocks
+  /// where the file system can).
+  /// \throw StorageError if the name is empty or no file, the folder is missing or can't be written,
+  /// another writer is at work, or there is no target to copy.
+  PartialFile(const std::string& target, bool copyTarget);
+  /// Removes the file unless it was put in place.
+  ~PartialFile();
+  PartialFile(const PartialFile&) = delete;
+  PartialFile& operator=(const PartialFile&) = delete;
+
+  const std::string& path() const { return path_; }
+  const std::string& target() const { return target_; }
+  /// Brings the content to the disk and puts the file in the target's place. \throw StorageError
+  void putInPlace();
+
+ private:
+  void lock();
+  void copyContent();
+
+  std::string shownName_;
+  std::string target_;
+  std::string path_;
+  int descriptor_ = -1;
+  bool inPlace_ = false;
+};
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "recast/larder/handles.h"
+#include "recast/sheaf/storage/hdf5_calls.h"
+
+namespace Quilt::Storage {
+
+/// One `.q8` file on disk, open or able to be opened again for reading.
+///
+/// All use of `id` must stand under a lock made with `state`.
+class Q8File : public Larder::ReferenceBase<Q8File> {
+ public:
+  enum class Mode { Read, Change, Create };
+
+  /// \param path the file. \param shownName what error messages call it.
+  /// \throw StorageError if it can't be opened.
+  Q8File(std::string path, std::string shownName, Mode mode);
+  ~Q8File() override;
+
+  const FileState& state() const { return state_; }
+  const std::string& path() const { return path_; }
+  /// The HDF5 identifier; opens the file for reading if it is closed. The caller holds the lock.
+  /// \throw StorageError if that fails, or if the path holds another file by now.
+  hid_t id();
+  bool writingFailed() const { return state_.systemError.load() != 0; }
+
+  /// Writes what HDF5 holds back. \throw StorageError
+  void flush();
+  /// Writes everything and closes the file. \throw StorageError if not all of it reached the file.
+  void close();
+  /// Closes the file whatever became of it.
+  void abandon() noexcept;
+  /// The file stands at `path` from now on.
+  void movedTo(std::string path);
+
+ private:
+  Id open(Mode mode);
+  void rememberIdentity();
+
+  std::string path_;
+  FileState state_;
+  Id id_;
+  std::uint64_t device_ = 0;
+  std::uint64_t inode_ = 0;
+};
+
+using FileHandle = Larder::StrongPtr<Q8File>;
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+
+#include "recast/meadow/creative_array.h"
+#include "recast/meadow/fragment_id.h"
+#include "recast/sheaf/storage/fragment_table.h"
+#include "recast/sheaf/storage/q8_file.h"
+
+namespace Quilt::Storage {
+
+/// Where the data of one field lies: shared by its fragments.
+class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
+ public:
+  FieldPlace(const FileHandle& file, std::string group, std::string typeName)
+      : file_(file), group_(std::move(group)), typeName_(std::move(typeName)) {}
+
+  Q8File& file() const { return *file_; }
+  /// The path of the field's group.
+  const std::string& group() const { return group_; }
+  const std::string& typeName() const { return typeName_; }
+
+ private:
+  FileHandle file_;
+  std::string group_;
+  std::string typeName_;
+};
+
+/// One fragment's array in a file.
+class StoredArray : public StoredFragment {
+ public:
+  /// \param link the fragment's name below the field's group.
+  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const FragmentRow& row)
+      : place_(place), link_(std::move(link)), row_(row) {}
+
+  MemBaseHandle read() override;
+  const FragmentRow& row() const { return row_; }
+  const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
+
+ private:
+  MemBaseHandle readDataset() const;
+  MemBaseHandle readPacked() const;
+  MemBaseHandle readLists() const;
+  MemBaseHandle readUniform() const;
+
+  Larder::StrongPtr<FieldPlace> place_;
+  std::string link_;
+  FragmentRow row_;
+};
+
+/// The link of a fragment's data below its field's group; the undivided data is called "@data".
+std::string fragmentLink(const FragmentID* fragment);
+
+}  // namespace Quilt::Storage
