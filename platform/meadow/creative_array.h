@@ -5,18 +5,10 @@
 #include "recast/larder/ageable.h"
 #include "recast/larder/attributes.h"
 #include "recast/larder/creator.h"
+#include "recast/meadow/data_extent.h"
 #include "recast/meadow/mem_base.h"
 
 namespace Quilt {
-
-/// The smallest and the largest value of an array; of points, per axis. NaN values are left out.
-struct DataExtent {
-  enum class Kind : unsigned char { None, Box, Range };
-
-  Kind kind = Kind::None;
-  double minimum[3] = {0, 0, 0};  ///< x, y, z of a box; the first one alone of a range
-  double maximum[3] = {0, 0, 0};
-};
 
 /// An array that lies in a file.
 class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {

@@ -12,7 +12,9 @@
 
 namespace Quilt {
 
-class BundleFile;
+namespace Storage {
+class BundleWriter;
+}
 
 /// The outcome of binding or saving: 0 and an empty text, or a number and what went wrong.
 struct BindResult {
@@ -81,10 +83,12 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
 
  private:
   BindResult bind(const std::string& name, const StorageHandle& storage, bool existing);
+  void dropFromCache() const;
 
   Larder::StrongPtr<BundleAnchor> anchor_;
   std::map<double, Larder::StrongPtr<Slice>> slices_;
-  std::unique_ptr<BundleFile> file_;
+  // Null if the bundle is in memory alone.
+  Larder::StrongPtr<Storage::BundleWriter, FragmentSink> writer_;
   bool valid_ = true;
 };
 

@@ -44,8 +44,6 @@ class RECAST_API UniformCartesianArray final
   const Heron::PhysicalSpace::vector& spacing() const { return spacing_; }
   Heron::PhysicalSpace::point operator[](const MultiIndex<3>& position) const;
   LinearCoordinateAxisArray axis(std::size_t i) const { return {origin_[i], spacing_[i]}; }
-  /// The first and the last vertex.
-  DataExtent extent() const;
 
   std::size_t memsize() const override { return sizeof(*this); }
   std::uint64_t nElements() const override { return size_.product(); }

@@ -37,8 +37,4 @@ struct ArrayImage {
 /// Puts the image of an array together. Not for lists and computed arrays.
 ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules);
 
-/// The box of an array of points, the range of one of single numbers; nothing for other types and for
-/// arrays without a number. NaN is left out.
-DataExtent extentOf(const MemBase& array);
-
 }  // namespace Quilt::Storage

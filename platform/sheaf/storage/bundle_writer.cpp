@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/link_names.h"
 #include "recast/sheaf/storage/structure_writer.h"
 #include "recast/trelliskinds/uniform_array.h"
@@ -13,20 +12,9 @@ namespace {
 
 std::size_t workers() { return std::max(1U, std::thread::hardware_concurrency()); }
 
-std::vector<std::string> pathOf(const Placement& place) {
-  return {escapedName(timeName(place.Time)), escapedName(place.GridName),
-          escapedName(place.Skeleton.name()), escapedName(place.RepresentationName),
-          escapedName(place.FieldName)};
-}
-
-std::vector<std::string> splitPath(const std::string& text) {
-  std::vector<std::string> links;
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find('/', start), text.size());
-    if (end > start) links.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return links;
+LinkPath pathOf(const Placement& place) {
+  return {timeName(place.Time), escapedName(place.GridName), escapedName(place.Skeleton.name()),
+          escapedName(place.RepresentationName), escapedName(place.FieldName)};
 }
 
 }  // namespace
@@ -35,6 +23,7 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
                            bool tellCreators)
     : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
       tellCreators_(tellCreators),
+      existing_(existing),
       pool_(workers()) {
   main_.partial = std::make_unique<PartialFile>(target, existing);
   main_.file = Larder::makeStrong<Q8File>(
@@ -57,8 +46,9 @@ void BundleWriter::store(const Placement& place, const Field& field,
                          Larder::Cache& cache) {
   throwFirstError();
   if (!array || !isWanted(place, field, fragment.rawptr())) return;
-  const auto type = QuiltTypeBase::find(array->typeIndex().TypeName);
+  const auto type = field.getElementType();
   if (!type) return;  // no element type of files: it stays in memory
+  requireType(place, type->TypeName, array->typeIndex().TypeName);
   const bool computed = dynamic_cast<const UniformCartesianArray*>(array.rawptr()) != nullptr;
   if (!computed && array->getPtr() == nullptr && array->nElements() > 0) return;
   const bool isList = array->getType() == typeid(std::vector<unsigned int>);
@@ -78,10 +68,7 @@ void BundleWriter::store(const Placement& place, const Field& field,
                                packed = job.incoming.packed] {
       return prepare(array, rules, packed, pool_);
     });
-  {
-    const std::lock_guard lock(mutex_);
-    job.store = &storeOf(place, type->TypeName);
-  }
+  job.store = &storeOf(place, field);
   enqueue(std::move(job));
 }
 
@@ -105,26 +92,40 @@ StoreRules BundleWriter::rulesFor(const Placement& place, const MemBase& array) 
   return rules;
 }
 
-FieldStore& BundleWriter::storeOf(const Placement& place, const std::string& typeName) {
-  std::vector<std::string> path = pathOf(place);
-  std::string key;
-  for (const std::string& link : path) key += "/" + link;
-  auto& store = stores_[key];
+FieldStore& BundleWriter::storeOf(const Placement& place, const Field& field) {
+  const auto type = field.getElementType();
+  const std::string typeName = type ? type->TypeName : std::string();
+  const std::lock_guard lock(mutex_);
+  claimTime(place.Time);
+  LinkPath path = pathOf(place);
+  auto& store = stores_[joined(path)];
   if (!store) {
     OutputFile& output = fileFor(place, path);
     store = std::make_unique<FieldStore>(output.file, path, typeName);
+  } else if (store->typeName().empty() && !typeName.empty()) {
+    // The first data came after the field was first looked at.
+    store = std::make_unique<FieldStore>(store->file(), splitPath(store->groupPath()), typeName);
   }
-  if (store->typeName().empty()) {
-    store = std::make_unique<FieldStore>(store->file(), path, typeName);
-  } else if (!typeName.empty() && store->typeName() != typeName) {
-    throw StorageError(main_.file->state().shownName, "write field " + place.FieldName,
-                       "it holds elements of " + store->typeName() + ", not of " + typeName);
-  }
+  if (!typeName.empty()) requireType(place, store->typeName(), typeName);
   return *store;
 }
 
+void BundleWriter::requireType(const Placement& place, const std::string& held,
+                               const std::string& given) const {
+  if (held == given) return;
+  throw StorageError(main_.file->state().shownName, "write field " + place.FieldName,
+                     "it holds elements of " + held + ", not of " + given);
+}
+
+void BundleWriter::claimTime(double time) {
+  const auto [entry, isNew] = times_.try_emplace(timeName(time), time);
+  if (!isNew && entry->second != time)
+    throw StorageError(main_.file->state().shownName, "write slice " + entry->first,
+                       "two slices have times that agree to six decimals");
+}
+
 BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place,
-                                                std::vector<std::string>& path) {
+                                                LinkPath& path) {
   const auto [name, inside] =
       storage_->getExternalLocation(place.Time, place.GridName, place.Skeleton,
                                     place.RepresentationName, place.FieldName);
@@ -134,32 +135,30 @@ BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place,
     target = std::filesystem::path(main_.partial->target()).parent_path() / target;
   OutputFile& output = external_[target.string()];
   if (!output.file) {
-    output.partial = std::make_unique<PartialFile>(target.string(), false);
-    output.file = Larder::makeStrong<Q8File>(output.partial->path(), target.string(),
-                                             Q8File::Mode::Create);
+    const bool changed = existing_ && std::filesystem::exists(target);
+    output.partial = std::make_unique<PartialFile>(target.string(), changed);
+    output.file =
+        Larder::makeStrong<Q8File>(output.partial->path(), target.string(),
+                                   changed ? Q8File::Mode::Change : Q8File::Mode::Create);
   }
-  const std::vector<std::string> mainPath = path;
+  const LinkPath mainPath = path;
   if (!inside.empty()) {
     path = splitPath(storage_->getExternalLocationPrefix() + inside);
     path.push_back(mainPath.back());
   }
   linkExternal(output,
                storage_->getExternalFileReference(main_.partial->target(), target.string()),
-               mainPath);
+               mainPath, path);
   return output;
 }
 
 void BundleWriter::linkExternal(const OutputFile& external, const std::string& reference,
-                                const std::vector<std::string>& path) {
-  // The link's parent groups are those of a field that lies in the main file.
-  const FieldStore parent(main_.file, {path.begin(), path.end() - 1}, "");
+                                const LinkPath& path, const LinkPath& inside) {
   const Hdf5Lock lock(main_.file->state());
-  const Id group = parent.openGroup();
+  const Id group = makeGroup(*main_.file, {path.begin(), path.end() - 1});
   if (H5Lexists(group, path.back().c_str(), H5P_DEFAULT) > 0)
     checked(H5Ldelete(group, path.back().c_str(), H5P_DEFAULT), "replace", path.back());
-  std::string inside;
-  for (const std::string& link : path) inside += "/" + link;
-  checked(H5Lcreate_external(reference.c_str(), inside.c_str(), group, path.back().c_str(),
+  checked(H5Lcreate_external(reference.c_str(), joined(inside).c_str(), group, path.back().c_str(),
                              H5P_DEFAULT, H5P_DEFAULT),
           "link", external.partial->target());
 }

@@ -42,7 +42,7 @@ class BundleWriter : public FragmentSink {
   /// and puts the file in its target's place. \throw StorageError; the target is untouched then.
   void complete(const Bundle& bundle);
 
-  /// The file being written.
+  /// The file being written, with the target's content if it continues that.
   const FileHandle& file() const { return main_.file; }
 
  private:
@@ -62,11 +62,15 @@ class BundleWriter : public FragmentSink {
   /// Whether the rules let this data into the file.
   bool isWanted(const Placement& place, const Field& field, const FragmentID* fragment) const;
   StoreRules rulesFor(const Placement& place, const MemBase& array) const;
-  /// The store of a field, made at its first array. \pre `mutex_` is held.
-  FieldStore& storeOf(const Placement& place, const std::string& typeName);
-  OutputFile& fileFor(const Placement& place, std::vector<std::string>& path);
+  /// The store of a field, made at its first use. \throw StorageError
+  FieldStore& storeOf(const Placement& place, const Field& field);
+  void requireType(const Placement& place, const std::string& held, const std::string& given) const;
+  /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
+  void claimTime(double time);
+  /// The file for a field, and its path in there. \pre `mutex_` is held.
+  OutputFile& fileFor(const Placement& place, LinkPath& path);
   void linkExternal(const OutputFile& external, const std::string& reference,
-                    const std::vector<std::string>& path);
+                    const LinkPath& path, const LinkPath& inside);
   void enqueue(Job job);
   void work();
   void write(Job& job);
@@ -77,6 +81,7 @@ class BundleWriter : public FragmentSink {
 
   StorageHandle storage_;
   bool tellCreators_;
+  bool existing_;
   OutputFile main_;
   std::map<std::string, OutputFile> external_;
 
@@ -88,6 +93,7 @@ class BundleWriter : public FragmentSink {
   bool ending_ = false;
   std::exception_ptr error_;
   std::unordered_map<std::string, std::unique_ptr<FieldStore>> stores_;
+  std::map<std::string, double> times_;  // by the names of their groups
 
   WorkPool pool_;
   std::thread thread_;

@@ -5,25 +5,10 @@
 #include "recast/larder/chunk.h"
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/element_layout.h"
+#include "recast/sheaf/storage/format_names.h"
 #include "recast/trelliskinds/uniform_array.h"
 
 namespace Quilt::Storage {
-namespace {
-
-std::string joined(const std::vector<std::string>& path) {
-  std::string text;
-  for (const std::string& link : path) text += "/" + link;
-  return text;
-}
-
-Id groupProperties() {
-  Id properties = own(H5Pcreate(H5P_GROUP_CREATE), "create group");
-  checked(H5Pset_obj_track_times(properties, false), "create group");
-  return properties;
-}
-
-}  // namespace
-
 std::shared_ptr<PreparedArray> prepare(const MemBaseHandle& array, const StoreRules& rules,
                                        bool packed, WorkPool& pool) {
   auto prepared = std::make_shared<PreparedArray>();
@@ -49,7 +34,7 @@ std::shared_ptr<PreparedArray> prepare(const MemBaseHandle& array, const StoreRu
   return prepared;
 }
 
-FieldStore::FieldStore(const FileHandle& file, std::vector<std::string> path, std::string typeName)
+FieldStore::FieldStore(const FileHandle& file, LinkPath path, std::string typeName)
     : file_(file),
       path_(std::move(path)),
       groupPath_(joined(path_)),
@@ -61,30 +46,14 @@ FieldStore::FieldStore(const FileHandle& file, std::vector<std::string> path, st
 }
 
 void FieldStore::continuePresent() {
-  hid_t parent = file_->id();
-  Id opened;
-  for (const std::string& link : path_) {
-    if (H5Lexists(parent, link.c_str(), H5P_DEFAULT) <= 0) return;
-    opened = own(H5Gopen2(parent, link.c_str(), H5P_DEFAULT), "open group", groupPath_);
-    parent = opened;
-  }
-  for (const FragmentRow& row : readTable(*file_, parent).rows) remember(row);
+  const Id group = findGroup(*file_, path_);
+  if (!group.valid()) return;
+  const FragmentTable table = readTable(*file_, group);
+  for (std::size_t i = 0; i < table.size(); ++i)
+    if (const FragmentRow row = table.row(i); row.lie != Lie::Absent) remember(row);
 }
 
-Id FieldStore::openGroup() const {
-  Id group;
-  hid_t parent = file_->id();
-  for (const std::string& link : path_) {
-    Id next = H5Lexists(parent, link.c_str(), H5P_DEFAULT) > 0
-                  ? own(H5Gopen2(parent, link.c_str(), H5P_DEFAULT), "open group", groupPath_)
-                  : own(H5Gcreate2(parent, link.c_str(), H5P_DEFAULT, groupProperties(),
-                                   H5P_DEFAULT),
-                        "create group", groupPath_);
-    group = std::move(next);
-    parent = group;
-  }
-  return group;
-}
+Id FieldStore::openGroup() const { return makeGroup(*file_, path_); }
 
 FragmentRow* FieldStore::row(std::int64_t number) {
   const auto found = rowOf_.find(number);
@@ -151,7 +120,7 @@ void FieldStore::writeDataset(const std::string& link, Incoming& incoming, Fragm
     dataset = createDataset(openGroup(), link, fileType(layout_.memoryType, image.single),
                             *prepared.plan, datasetAxes(image.shape, layout_.components),
                             filtered ? incoming.rules.filter : FilterSettings{});
-    if (image.shift) writeNumbers(dataset, "@shift", row.shift, layout_.components);
+    if (image.shift) writeNumbers(dataset, kShiftAttribute, row.shift, layout_.components);
   }
   if (filtered)
     writeFiltered(*file_, dataset, *prepared.plan, prepared.blocks);
@@ -199,10 +168,6 @@ void FieldStore::tellWaiting() {
   waiting_.erase(waiting_.begin(), still);
 }
 
-void FieldStore::writeTable(const FragmentTable& table) const {
-  Storage::writeTable(openGroup(), table);
-}
-
 void FieldStore::flush() {
   if (!packed_) return;
   packed_->flush();
@@ -221,9 +186,7 @@ void FieldStore::writeLists(const std::string& link, const MemBase& array, Fragm
     offsets.push_back(values.size());
   }
   const Hdf5Lock lock(file_->state());
-  const Id group = own(H5Gcreate2(openGroup(), link.c_str(), H5P_DEFAULT, groupProperties(),
-                                  H5P_DEFAULT),
-                       "create group", link);
+  const Id group = createGroup(openGroup(), link);
   writeList(group, "offsets", H5T_NATIVE_UINT64, offsets.data(), offsets.size(), true);
   writeList(group, "values", H5T_NATIVE_UINT, values.data(), values.size(), true);
 }
@@ -231,11 +194,9 @@ void FieldStore::writeLists(const std::string& link, const MemBase& array, Fragm
 void FieldStore::writeUniform(const std::string& link, const MemBase& array, FragmentRow& row) {
   const auto& uniform = dynamic_cast<const UniformCartesianArray&>(array);
   row.lie = Lie::Uniform;
-  row.setExtent(uniform.extent());
+  row.setExtent(extentOf(array));
   const Hdf5Lock lock(file_->state());
-  const Id group = own(H5Gcreate2(openGroup(), link.c_str(), H5P_DEFAULT, groupProperties(),
-                                  H5P_DEFAULT),
-                       "create group", link);
+  const Id group = createGroup(openGroup(), link);
   const unsigned long long size[] = {row.shape[0], row.shape[1], row.shape[2]};
   writeNumbers(group, "size", size, 3);
   writeNumbers(group, "origin", uniform.origin().values, 3);

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "recast/sheaf/storage/groups.h"
 #include "recast/sheaf/storage/packed_dataset.h"
 #include "recast/sheaf/storage/stored_array.h"
 
@@ -26,7 +27,7 @@ class FieldStore {
  public:
   /// \param path the field's group, made when the first array comes. \param single see
   /// `PackedDataset`. A group that the file holds already is continued.
-  FieldStore(const FileHandle& file, std::vector<std::string> path, std::string typeName);
+  FieldStore(const FileHandle& file, LinkPath path, std::string typeName);
 
   struct Incoming {
     Larder::StrongPtr<FragmentID> fragment;  ///< null for the undivided data
@@ -42,8 +43,6 @@ class FieldStore {
   /// Writes what is held back and tells the creators. \throw StorageError
   void flush();
 
-  /// Writes the field's table. The caller holds the lock. \throw StorageError
-  void writeTable(const FragmentTable& table) const;
   /// The row of the fragment of that number, or null; `FragmentRow::kUndivided` for the undivided data.
   FragmentRow* row(std::int64_t number);
   /// The field's group, made if missing. The caller holds the lock.
@@ -70,7 +69,7 @@ class FieldStore {
   void tellWaiting();
 
   FileHandle file_;
-  std::vector<std::string> path_;
+  LinkPath path_;
   std::string groupPath_;
   std::string typeName_;
   Larder::StrongPtr<FieldPlace> place_;

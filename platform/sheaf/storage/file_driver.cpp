@@ -44,10 +44,11 @@ H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr
   if ((flags & H5F_ACC_TRUNC) != 0) mode |= O_TRUNC;
   if ((flags & H5F_ACC_CREAT) != 0) mode |= O_CREAT;
   if ((flags & H5F_ACC_EXCL) != 0) mode |= O_EXCL;
-  const int descriptor = open(name, mode | O_CLOEXEC, 0666);
+  // Without waiting for the other end, should the name be a pipe's.
+  const int descriptor = open(name, mode | O_CLOEXEC | O_NONBLOCK, 0666);
   struct stat status {};
-  if (descriptor < 0 || fstat(descriptor, &status) < 0 || S_ISDIR(status.st_mode)) {
-    if (descriptor >= 0 && S_ISDIR(status.st_mode)) errno = EISDIR;
+  if (descriptor < 0 || fstat(descriptor, &status) < 0 || !S_ISREG(status.st_mode)) {
+    if (descriptor >= 0) errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     int none = 0;
     info->state->systemError.compare_exchange_strong(none, errno);
     if (descriptor >= 0) close(descriptor);

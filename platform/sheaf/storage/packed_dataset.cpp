@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "recast/sheaf/storage/format_names.h"
+
 namespace Quilt::Storage {
 
 PackedDataset::PackedDataset(Q8File& file, const std::string& group, const ElementLayout& layout,
@@ -15,8 +17,8 @@ PackedDataset::PackedDataset(Q8File& file, const std::string& group, const Eleme
       chunkElements_(std::max<std::size_t>(1, chunkBytes / elementBytes_)) {
   const Hdf5Lock lock(file_.state());
   const Id parent = own(H5Gopen2(file_.id(), group.c_str(), H5P_DEFAULT), "open group", group);
-  if (H5Lexists(parent, "@packed", H5P_DEFAULT) > 0)
-    openPresent(group + "/@packed");
+  if (H5Lexists(parent, kPackedDataset, H5P_DEFAULT) > 0)
+    openPresent(group + "/" + kPackedDataset);
   else
     create(group);
 }
@@ -55,7 +57,7 @@ void PackedDataset::openPresent(const std::string& path) {
 }
 
 void PackedDataset::create(const std::string& group) {
-  const std::string path = group + "/@packed";
+  const std::string path = group + "/" + kPackedDataset;
   const int rank = layout_.components > 1 ? 2 : 1;
   const hsize_t none[] = {0, layout_.components};
   const hsize_t most[] = {H5S_UNLIMITED, layout_.components};

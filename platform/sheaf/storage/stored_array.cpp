@@ -7,6 +7,7 @@
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/element_layout.h"
+#include "recast/sheaf/storage/format_names.h"
 #include "recast/sheaf/storage/link_names.h"
 #include "recast/trelliskinds/uniform_array.h"
 
@@ -50,7 +51,7 @@ ElementLayout layoutIn(const FieldPlace& place) {
 }  // namespace
 
 std::string fragmentLink(const FragmentID* fragment) {
-  return fragment == nullptr ? "@data" : escapedName(fragment->name());
+  return fragment == nullptr ? kUndividedLink : escapedName(fragment->name());
 }
 
 MemBaseHandle StoredArray::read() {
@@ -94,7 +95,7 @@ MemBaseHandle StoredArray::readDataset() const {
 
 MemBaseHandle StoredArray::readPacked() const {
   Q8File& file = place_->file();
-  const std::string path = place_->group() + "/@packed";
+  const std::string path = place_->group() + "/" + kPackedDataset;
   const Hdf5Lock lock(file.state());
   const ElementLayout layout = layoutIn(*place_);
   const Id dataset = own(H5Dopen2(file.id(), path.c_str(), H5P_DEFAULT), "open dataset", path);

@@ -25,11 +25,17 @@ class StructureWriter {
   template <class Visit>
   void forEachField(const Bundle& bundle, Visit visit);
   void handOverMissing(const Field& field);
-  void writeGroups(const Bundle& bundle);
+  void writeSlice(double time, const Slice& slice);
+  void writeGrid(const LinkPath& path, const Grid& grid, unsigned long long index);
   void writeField(const Field& field, unsigned long long index, Donors& donors);
-  FragmentTable tableOf(FieldStore& store, const Field& field, bool isDonor);
+  bool writeIdentifiers(hid_t group, const Field& field, Donors& donors);
+  /// The rows of the field's table, and the links that name their fragments unless a lattice does.
+  std::vector<FragmentRow> rowsOf(FieldStore& store, const Field& field, bool isDonor,
+                                  std::vector<std::string>& names);
   void finishRow(FieldStore& store, const Field& field, const FragmentID* fragment,
                  FragmentRow& row);
+  void writeFragmentAttributes(FieldStore& store, const FragmentID* fragment,
+                               const CreativeArrayBase& creator, FragmentRow& row);
 
   BundleWriter& writer_;
 };
