@@ -11,7 +11,7 @@ namespace Larder {
 /// Data that can be made again is held by the cache and may vanish from memory between two requests;
 /// data that can't is pinned by the creator. Safe in several threads at once.
 template <class Object>
-class CreatorBase : public Creature {
+class RECAST_API CreatorBase : public Creature {
  public:
   using Handle = StrongPtr<Object, Cacheable>;
 

@@ -9,7 +9,7 @@
 namespace Quilt {
 
 /// The smallest and the largest value of an array; of points, per axis. NaN values are left out.
-struct DataExtent {
+struct RECAST_API DataExtent {
   enum class Kind : unsigned char { None, Box, Range };
 
   Kind kind = Kind::None;

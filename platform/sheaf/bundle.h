@@ -17,7 +17,7 @@ class BundleWriter;
 }
 
 /// The outcome of binding or saving: 0 and an empty text, or a number and what went wrong.
-struct BindResult {
+struct RECAST_API BindResult {
   int number = 0;
   std::string text;
 };

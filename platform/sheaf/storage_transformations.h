@@ -11,7 +11,7 @@
 namespace Quilt {
 
 /// How the bytes of a dataset are filtered on their way to the file.
-struct FilterSettings {
+struct RECAST_API FilterSettings {
   int level = 0;        ///< 0 stores plainly; 1 (fast) to 12 (small) are the levels of libdeflate
   bool shuffle = true;  ///< group the bytes of equal weight, which deflates better
 };

@@ -15,7 +15,7 @@ class RECAST_API DirectProductMemArray
     : public DirectProductMemArrayBase<Heron::FixedArray<double, 3>, Axis, N> {};
 
 /// One axis of equal steps: value i is start + i * step.
-struct LinearCoordinateAxisArray {
+struct RECAST_API LinearCoordinateAxisArray {
   double start = 0.0;
   double step = 0.0;
   double operator[](std::uint64_t i) const { return start + static_cast<double>(i) * step; }
