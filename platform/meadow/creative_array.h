@@ -15,6 +15,8 @@ class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {
  public:
   /// Reads the array anew. \return null, with a message on the console, if that fails.
   virtual MemBaseHandle read() = 0;
+  /// The extents of the array, first index first; known without reading it.
+  virtual DynamicSize size() const = 0;
 };
 
 /// Gives the array of one fragment of a field: from memory, or from the file where it is stored.
@@ -40,6 +42,9 @@ class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
 
   /// The name of the element type; known without reading the array.
   const std::string& typeName() const { return typeName_; }
+
+  /// The array's extents, first index first; without any if the data is gone. Reads nothing.
+  DynamicSize size() const;
 
   /// What is known of the array's extent without looking at its elements.
   DataExtent extent() const;

@@ -34,6 +34,7 @@ class StoredArray : public StoredFragment {
       : place_(place), link_(std::move(link)), row_(row) {}
 
   MemBaseHandle read() override;
+  DynamicSize size() const override { return row_.size(); }
   const FragmentRow& row() const { return row_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 
