@@ -7,7 +7,8 @@
 
 namespace Larder {
 
-/// Named values of an object, each a chunk. Kept with the object in the `.q8` file. Not synchronised.
+/// Named values of an object, each a chunk. Kept with the object in the `.q8` file. Not
+/// synchronised.
 class RECAST_API Attributes {
  public:
   using Map = std::map<std::string, StrongPtr<ChunkBase>>;

@@ -9,8 +9,8 @@
 
 namespace Larder {
 
-/// One message under construction: starts empty, grows by `<<`, and is delivered as a whole when the
-/// object ends. Numbers are appended in decimal, floating-point ones as by "%f".
+/// One message under construction: starts empty, grows by `<<`, and is delivered as a whole when
+/// the object ends. Numbers are appended in decimal, floating-point ones as by "%f".
 ///
 ///     Larder::Console() << "Have " << 3 << " grids";
 ///

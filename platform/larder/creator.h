@@ -8,8 +8,8 @@ namespace Larder {
 
 /// Gives data of type `Object` on request and makes it anew when it is not in memory.
 ///
-/// Data that can be made again is held by the cache and may vanish from memory between two requests;
-/// data that can't is pinned by the creator. Safe in several threads at once.
+/// Data that can be made again is held by the cache and may vanish from memory between two
+/// requests; data that can't is pinned by the creator. Safe in several threads at once.
 template <class Object>
 class CreatorBase : public Creature {
  public:

@@ -11,10 +11,10 @@
 
 /// Object core: counted handles.
 ///
-/// A countable object knows its control block, so a handle can be made from a raw pointer any number
-/// of times and always finds the same counts. All counting is atomic: handles of one object may be
-/// copied and released in several threads at once; one handle object must not be shared without a
-/// lock, as with `std::shared_ptr`.
+/// A countable object knows its control block, so a handle can be made from a raw pointer any
+/// number of times and always finds the same counts. All counting is atomic: handles of one object
+/// may be copied and released in several threads at once; one handle object must not be shared
+/// without a lock, as with `std::shared_ptr`.
 namespace Larder {
 
 class Countable;
@@ -102,7 +102,8 @@ struct DomainOf {
 template <class T, class D>
 class WeakPtrImpl;
 
-/// A shared owner of an object: two words, a control block and a typed pointer. Null until assigned.
+/// A shared owner of an object: two words, a control block and a typed pointer. Null until
+/// assigned.
 ///
 /// The object is destroyed when the last strong handle goes. Tests true only while the object is
 /// usable. Converts implicitly where the pointers do; `castTo` asks the object for another type.
@@ -124,14 +125,16 @@ class StrongPtr {
     if (block_ != nullptr) block_->addStrong();
   }
   StrongPtr(StrongPtr&& other) noexcept
-      : block_(std::exchange(other.block_, nullptr)), typed_(std::exchange(other.typed_, nullptr)) {}
+      : block_(std::exchange(other.block_, nullptr)),
+        typed_(std::exchange(other.typed_, nullptr)) {}
   template <class U, class E, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
   StrongPtr(const StrongPtr<U, E>& other) : block_(other.block_), typed_(other.typed_) {
     if (block_ != nullptr) block_->addStrong();
   }
   template <class U, class E, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
   StrongPtr(StrongPtr<U, E>&& other) noexcept
-      : block_(std::exchange(other.block_, nullptr)), typed_(std::exchange(other.typed_, nullptr)) {}
+      : block_(std::exchange(other.block_, nullptr)),
+        typed_(std::exchange(other.typed_, nullptr)) {}
   /// Null if the object of `weak` is gone.
   explicit StrongPtr(const WeakPtrImpl<T, D>& weak);
   ~StrongPtr() { reset(); }
@@ -204,7 +207,8 @@ class WeakPtrImpl {
     if (block_ != nullptr) block_->addWeak();
   }
   WeakPtrImpl(WeakPtrImpl&& other) noexcept
-      : block_(std::exchange(other.block_, nullptr)), typed_(std::exchange(other.typed_, nullptr)) {}
+      : block_(std::exchange(other.block_, nullptr)),
+        typed_(std::exchange(other.typed_, nullptr)) {}
   ~WeakPtrImpl() {
     if (block_ != nullptr) block_->releaseWeak();
   }
@@ -249,8 +253,7 @@ class DynPtr : public StrongPtr<T, D> {
  public:
   DynPtr() = default;
   template <class U, class E>
-  DynPtr(const StrongPtr<U, E>& other)
-      : StrongPtr<T, D>(dynamic_cast<T*>(other.rawptr())) {
+  DynPtr(const StrongPtr<U, E>& other) : StrongPtr<T, D>(dynamic_cast<T*>(other.rawptr())) {
     if (this->block() != nullptr && this->block() != other.block())
       SpeakPtr::InconsistentDynPtr(typeid(T).name(), this->rawptr(), other.rawptr());
   }

@@ -2,8 +2,12 @@
 
 namespace Larder {
 
-bool InterfaceBase::apply_const(const Intercube&) const { return true; }
-bool InterfaceBase::apply(Intercube&) { return true; }
+bool InterfaceBase::apply_const(const Intercube&) const {
+  return true;
+}
+bool InterfaceBase::apply(Intercube&) {
+  return true;
+}
 
 void Intercube::addInterface(const StrongPtr<InterfaceBase>& interface) {
   if (!interface) return;

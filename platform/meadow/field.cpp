@@ -29,7 +29,9 @@ Larder::StrongPtr<FragmentIDCollection> Field::getFragmentIDCollection() const {
   return fragments_;
 }
 
-MemBaseHandle Field::newFragmentationArray() const { return nullptr; }
+MemBaseHandle Field::newFragmentationArray() const {
+  return nullptr;
+}
 
 void Field::setFragmentIDCollection(const Larder::StrongPtr<FragmentIDCollection>& fragments) {
   fragments_ = fragments;
@@ -87,8 +89,7 @@ void Field::handOver(const Larder::StrongPtr<FragmentID>& fragment, const Creato
 
 CreatorHandle Field::createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                                    OnExistingData onExisting, Larder::Cache& cache) {
-  const auto present =
-      fragmentName.empty() ? wholeCreator() : getCreatorByName(fragmentName);
+  const auto present = fragmentName.empty() ? wholeCreator() : getCreatorByName(fragmentName);
   if (present) {
     if (onExisting == OnExistingData::Refuse) return nullptr;
     if (onExisting == OnExistingData::Keep) return present;

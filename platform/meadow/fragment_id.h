@@ -13,8 +13,8 @@ namespace Quilt {
 
 class FragmentIDCollection;
 
-/// Names one fragment of the fields that share a collection. Its place in a grid and its overlaps can
-/// be attached as interfaces, see `FragmentLocation`.
+/// Names one fragment of the fields that share a collection. Its place in a grid and its overlaps
+/// can be attached as interfaces, see `FragmentLocation`.
 class RECAST_API FragmentID : public Larder::ReferenceBase<FragmentID>, public Larder::Intercube {
  public:
   /// \param number the running number in the collection, from 0.
@@ -80,7 +80,7 @@ enum FragmentProperty {
 /// One index triple about a fragment, carried by its identifier.
 template <int N, int Property>
 class RECAST_API FragmentLocation : public Larder::Interface<FragmentLocation<N, Property>>,
-                         public MultiIndex<N> {
+                                    public MultiIndex<N> {
  public:
   /// The fragment's triple, to be read or written; made as (0, 0, 0) if there is none.
   static MultiIndex<N>& make(FragmentID& fragment) {

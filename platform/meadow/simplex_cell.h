@@ -1,6 +1,5 @@
 #pragma once
 
-
 #include "recast/perch/fixed_array.h"
 
 namespace Quilt {

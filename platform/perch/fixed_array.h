@@ -17,8 +17,8 @@ struct FixedArray {
 
   FixedArray() = default;
   template <class... Values>
-    requires(sizeof...(Values) == N && N > 1)
-  FixedArray(Values... v) : values{static_cast<T>(v)...} {}
+  requires(sizeof...(Values) == N && N > 1) FixedArray(Values... v)
+      : values{static_cast<T>(v)...} {}
 
   T& operator[](std::size_t i) { return values[i]; }
   const T& operator[](std::size_t i) const { return values[i]; }
