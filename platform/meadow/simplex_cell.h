@@ -6,16 +6,16 @@ namespace Quilt {
 
 /// A cell of D dimensions given by the numbers of its N vertices.
 template <int D, int N, class Index>
-struct Cell : Heron::FixedArray<Index, N> {
+struct RECAST_API Cell : Heron::FixedArray<Index, N> {
   using Heron::FixedArray<Index, N>::FixedArray;
 };
 
 /// Names the components of a cell by the letters i and j.
-struct IJ_CellNamingConvention {};
+struct RECAST_API IJ_CellNamingConvention {};
 
 /// A simplex: an edge (D = 1), a triangle (D = 2).
 template <int D, class Index, class Naming>
-struct SimplexCell : Cell<D, D + 1, Index> {
+struct RECAST_API SimplexCell : Cell<D, D + 1, Index> {
   using Cell<D, D + 1, Index>::Cell;
 };
 

@@ -4,12 +4,13 @@
 
 #include "recast/larder/chunk.h"
 
-/// Geometry: the compound element types and boxes.
+/// Geometry: the compound element types and boxes. Element types are exported, or else the compiler
+/// would hide every array of them from the library's users.
 namespace Heron {
 
 /// N values of T, side by side in memory. Value-initialised elements are zero.
 template <class T, int N>
-struct FixedArray {
+struct RECAST_API FixedArray {
   static constexpr int kSize = N;
   using value_type = T;
 
@@ -34,37 +35,37 @@ struct FixedArray {
 
 /// A fixed array with the operations of a vector space.
 template <class T, int N>
-struct Vector : FixedArray<T, N> {
+struct RECAST_API Vector : FixedArray<T, N> {
   using FixedArray<T, N>::FixedArray;
 };
 
 template <int Rows, int Columns, class T>
-struct Matrix : Vector<T, Rows * Columns> {
+struct RECAST_API Matrix : Vector<T, Rows * Columns> {
   using Vector<T, Rows * Columns>::Vector;
 };
 
 template <int Rows, class T>
-struct Column : Matrix<Rows, 1, T> {
+struct RECAST_API Column : Matrix<Rows, 1, T> {
   using Matrix<Rows, 1, T>::Matrix;
 };
 
 /// Values `V` that live on a chart, such as a coordinate system or a colour space.
 template <class V, class Chart, class T>
-struct DomainVector : V {
+struct RECAST_API DomainVector : V {
   using V::V;
 };
 
 /// The chart of x, y, z in three orthogonal directions of one unit.
-struct Cartesian3D {};
+struct RECAST_API Cartesian3D {};
 /// The chart of red, green and blue, each 0 to 255.
-struct RGB {};
+struct RECAST_API RGB {};
 
 /// A colour: red, green, blue.
 using Colour = DomainVector<Vector<unsigned char, 3>, RGB, unsigned char>;
 
 /// The geometric types on a chart with coordinates of type T.
 template <class Chart, class T>
-struct Coordinates {
+struct RECAST_API Coordinates {
   struct point : FixedArray<T, 3> {
     using FixedArray<T, 3>::FixedArray;
   };
@@ -77,7 +78,7 @@ struct Coordinates {
 };
 
 /// Three-dimensional space in double precision; lengths are in the unit of the data.
-struct PhysicalSpace {
+struct RECAST_API PhysicalSpace {
   /// A place: x, y, z.
   struct point : FixedArray<double, 3> {
     using FixedArray<double, 3>::FixedArray;
