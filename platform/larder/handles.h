@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 #include "recast/larder/export.h"
@@ -42,10 +43,11 @@ class RECAST_API HandleBlock {
   /// Handles of both kinds; the object's own share is left out.
   std::int32_t weakCount() const;
 
-  /// Counts a strong handle made from a raw pointer or from another strong handle.
+  /// Counts a strong handle made from a raw pointer or from another strong handle. What the object
+  /// throws at its first handle passes through, with nothing counted and the object destroyed.
   void addStrong();
-  /// Counts a strong handle made from a weak one. \return false, and nothing counted, if the object
-  /// is dying or gone.
+  /// Counts a strong handle made from a weak one; may throw as `addStrong`. \return false, and
+  /// nothing counted, if the object is dying or gone.
   bool promote();
   void releaseStrong();
   void addWeak() { weak_.fetch_add(1, std::memory_order_relaxed); }
