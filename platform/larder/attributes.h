@@ -1,7 +1,8 @@
 #pragma once
 
-#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "recast/larder/chunk.h"
 
@@ -11,7 +12,8 @@ namespace Larder {
 /// synchronised.
 class RECAST_API Attributes {
  public:
-  using Map = std::map<std::string, StrongPtr<ChunkBase>>;
+  /// Names and values, sorted by name. A list, since most objects carry none or one.
+  using Map = std::vector<std::pair<std::string, StrongPtr<ChunkBase>>>;
 
   /// Stores `value` under `name`, in place of a former value. A null handle removes the name.
   void setAttribute(const std::string& name, const StrongPtr<ChunkBase>& value);
