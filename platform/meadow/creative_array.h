@@ -36,7 +36,7 @@ class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
   /// A creator whose only source is `array`; it stays in memory until `setStored`.
   explicit CreativeArrayBase(const MemBaseHandle& array);
   /// A creator that reads its array on request.
-  CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored, std::string typeName);
+  CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored, const std::string& typeName);
 
   MemBaseHandle produce() override;
 
@@ -47,14 +47,14 @@ class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
   Larder::StrongPtr<StoredFragment> stored() const;
 
   /// The name of the element type; known without reading the array.
-  const std::string& typeName() const { return typeName_; }
+  const std::string& typeName() const { return *typeName_; }
 
   /// What is known of the array's extent without looking at its elements.
   DataExtent extent() const;
   void setExtent(const DataExtent& extent);
 
  private:
-  std::string typeName_;
+  const std::string* typeName_;  // shared by all creators of the type
   mutable std::mutex mutex_;
   Larder::StrongPtr<StoredFragment> stored_;
   DataExtent extent_;
