@@ -86,7 +86,8 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   CreatorHandle setPersistentData(const MemBaseHandle& array,
                                   const Larder::StrongPtr<FragmentID>& fragment,
                                   Larder::Cache& cache, const std::string& text);
-  /// The same by the fragment's name, empty for the undivided data.
+  /// The same by the fragment's name, empty for the undivided data; data that is there already
+  /// meets `onExisting`.
   CreatorHandle createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                               OnExistingData onExisting, Larder::Cache& cache);
 
