@@ -1,5 +1,3 @@
-#include <map>
-
 #include "recast/grid_lookups/string_util.h"
 #include "recast/larder/console.h"
 #include "recast/raster/esri_header.h"
@@ -10,6 +8,8 @@
 namespace Recast {
 namespace {
 
+constexpr const char* kElevation = "Elevation";
+
 /// What is known of one file on its way; the readers fill it.
 struct TerrainTile {
   double noData = EsriHeader::kDefaultNoData;
@@ -19,36 +19,59 @@ struct TerrainTile {
   std::string pointGridName;
 };
 
-/// Lets memory go of the tile's arrays once they are in the file, so that the number of tiles does
-/// not matter.
-void letGo(const Quilt::Slice& slice, const TerrainTile& tile, const std::string& name) {
-  const std::pair<const std::string&, const std::string> fields[] = {
-      {tile.uniformGridName, "Elevation"},
-      {tile.pointGridName, Quilt::Representation::kPositions},
-      {tile.pointGridName, Quilt::TriangularSurface::NormalVectorFieldName}};
-  for (const auto& [gridName, fieldName] : fields) {
-    const auto grid = slice(gridName);
-    const auto field = grid ? (*grid)(fieldName, "") : nullptr;
-    const auto creator = field ? field->getCreatorByName(name) : nullptr;
-    if (creator) creator->letGo();
-  }
+Quilt::CreatorHandle findData(const Quilt::Grid& grid, const std::string& field,
+                              const std::string& tileName) {
+  const auto found = grid(field, "");
+  return found ? found->getCreatorByName(tileName) : nullptr;
 }
 
-int readTile(Quilt::BundlePtr& bundle, const std::string& path, const std::string& name,
-             const TerrainProgress& progress, TerrainTile& tile) {
+void tellOfNamesakes(const Quilt::Slice& slice, const std::string& path,
+                     const std::string& tileName) {
+  for (const auto& [id, grid] : slice)
+    if (findData(*grid, kElevation, tileName))
+      Larder::Console() << path << ": the grid " << id->name() << " holds a tile named \""
+                        << tileName << "\"; in that grid this one takes its place.";
+}
+
+/// Counts an array, and lets memory go of it once it is in the file, so that the number of tiles
+/// does not matter.
+std::uint64_t countAndLetGo(const Quilt::Slice& slice, const std::string& gridName,
+                            const std::string& field, const std::string& tileName) {
+  const auto grid = slice(gridName);
+  const auto creator = grid ? findData(*grid, field, tileName) : nullptr;
+  if (!creator) return 0;
+  std::uint64_t elements = 0;
+  creator->size().product(1, elements);
+  creator->letGo();
+  return elements;
+}
+
+}  // namespace
+
+int importTerrainTile(Quilt::BundlePtr& bundle, const std::string& path,
+                      const TerrainProgress& progress, const std::string& uniformGridName,
+                      const std::string& pointGridName, TerrainTileCount& count) {
+  const std::string tileName = Larder::StringUtil::basename(path);
+  const auto slice = (*bundle)[0.0];
+  tellOfNamesakes(*slice, path, tileName);
+  TerrainTile tile;
+  tile.uniformGridName = uniformGridName;
+  tile.pointGridName = pointGridName;
   int status = readDGMAsGrd(bundle, path, progress, tile.noData, tile.cellSize, tile.origin,
                             tile.uniformGridName);
   if (status != kRasterDone)
     status = readDGMAsTxt(bundle, path, progress, tile.noData, tile.cellSize, tile.origin,
                           tile.uniformGridName);
   if (status != kRasterDone) return status;
-  status = uniformToPointCloud(bundle, tile.uniformGridName, tile.pointGridName, name, tile.noData,
-                               tile.cellSize, tile.origin, progress);
-  letGo(*(*bundle)[0.0], tile, name);
+  status = uniformToPointCloud(bundle, tile.uniformGridName, tile.pointGridName, tileName,
+                               tile.noData, tile.cellSize, tile.origin, progress);
+  count.cells = countAndLetGo(*slice, tile.uniformGridName, kElevation, tileName);
+  count.points =
+      countAndLetGo(*slice, tile.pointGridName, Quilt::Representation::kPositions, tileName);
+  countAndLetGo(*slice, tile.pointGridName, Quilt::TriangularSurface::NormalVectorFieldName,
+                tileName);
   return status;
 }
-
-}  // namespace
 
 int readDGM(const Larder::StrongPtr<Larder::StringList, Larder::StringList>& files,
             const std::string& outputPath, const TerrainProgress& progress,
@@ -59,16 +82,10 @@ int readDGM(const Larder::StrongPtr<Larder::StringList, Larder::StringList>& fil
   else
     bundle->bindToNew(outputPath);
   if (!bundle) return kCannotBindOutput;
-  std::map<std::string, std::string> fileOf;  // by tile name
+  TerrainTileCount ignored;
   for (const std::string& path : *files) {
-    const std::string name = Larder::StringUtil::basename(path);
-    if (const auto [former, isNew] = fileOf.try_emplace(name, path); !isNew)
-      Larder::Console() << path << ": has the tile name \"" << name << "\" as " << former->second
-                        << " has; in one grid it takes the place of that.";
-    TerrainTile tile;
-    tile.uniformGridName = uniformGridName;
-    tile.pointGridName = pointGridName;
-    const int status = readTile(bundle, path, name, progress, tile);
+    const int status =
+        importTerrainTile(bundle, path, progress, uniformGridName, pointGridName, ignored);
     if (status != kRasterDone) return status;
   }
   return kRasterDone;

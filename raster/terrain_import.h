@@ -31,6 +31,19 @@ RECAST_API int readDGM(const Larder::StrongPtr<Larder::StringList, Larder::Strin
                        const std::string& outputPath, const TerrainProgress& progress,
                        std::string& uniformGridName, std::string& pointGridName, bool bindExisting);
 
+/// What became of one terrain file.
+struct RECAST_API TerrainTileCount {
+  std::uint64_t cells = 0;   ///< of the tile
+  std::uint64_t points = 0;  ///< of the point cloud
+};
+
+/// The work of `readDGM` on one file, for hosts that tell of each: \p bundle is valid and, to keep
+/// the result, bound. Memory lets go of the tile once it is written. \return as `readDGM`.
+RECAST_API int importTerrainTile(Quilt::BundlePtr& bundle, const std::string& path,
+                                 const TerrainProgress& progress,
+                                 const std::string& uniformGridName,
+                                 const std::string& pointGridName, TerrainTileCount& count);
+
 /// Adds an Esri ASCII raster as a tile to the uniform grid of a bundle.
 ///
 /// The format is that of `converterEsriRasterToQ8`; empty lines count for the header, also before

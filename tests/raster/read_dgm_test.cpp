@@ -126,7 +126,7 @@ TEST(ReadDGM, TilesOfOneNameAreToldOf) {
   const auto a = folder.write("a/tile.asc", raster(0, 1, "1 2"));
   const auto b = folder.write("b/tile.asc", raster(0, 1, "3 4"));
   ASSERT_EQ(import({a, b}, folder / "out.q8"), 0);
-  EXPECT_EQ(console.count(b + ": has the tile name \"tile\" as " + a), 1u);
+  EXPECT_EQ(console.count(b + ": the grid DGM_CellSize_1 holds a tile named \"tile\""), 1u);
   const auto elevation = findField(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation");
   EXPECT_EQ((fragmentArray<3, float>(elevation, "tile")->first()), 3.0F);
 }
