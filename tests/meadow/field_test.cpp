@@ -182,6 +182,7 @@ struct Stored : Quilt::StoredFragment {
     ++reads;
     return arrayOf(value);
   }
+  Quilt::DynamicSize size() const override { return arrayOf(value)->getSize(); }
   const int value;
   std::atomic<int> reads{0};
 };
@@ -195,6 +196,7 @@ struct EvenNumbers : Quilt::FieldSource {
         new Quilt::CreativeArrayBase(Larder::makeStrong<Stored>(static_cast<int>(number)), "int"));
   }
   Quilt::CreatorHandle makeWholeCreator() override { return nullptr; }
+  bool holds(std::uint32_t number) const override { return number % 2 == 0; }
   std::atomic<int> asked{0};
 };
 
