@@ -7,6 +7,9 @@
 #include "recast/contours/contour_output.h"
 
 namespace Recast {
+namespace Contours {
+class LevelSweep;
+}
 
 /// Traces the contour lines of one fragment.
 ///
@@ -34,8 +37,7 @@ class FragmentTracer {
   std::size_t trace(std::span<const float> levels, ContourOutput& output);
 
  private:
-  class Sweep;
-  std::unique_ptr<Sweep> sweep_;  // null if there is nothing to trace
+  std::unique_ptr<Contours::LevelSweep> sweep_;  // null if there is nothing to trace
 };
 
 }  // namespace Recast

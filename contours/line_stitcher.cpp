@@ -9,13 +9,14 @@ namespace Recast::Contours {
 namespace {
 
 using Point = ContourOutput::Point;
+using Vector = Heron::PhysicalSpace::vector;
 using Number = EdgeNet::Number;
 
 /// Takes lines off a net, one at a time.
 class Stitcher {
  public:
-  Stitcher(EdgeNet& net, const ContourFragment& fragment, ContourOutput& output)
-      : net_(net), origin_(fragment.origin), spacing_(fragment.spacing), output_(output) {}
+  Stitcher(EdgeNet& net, const Point& origin, const Vector& spacing, ContourOutput& output)
+      : net_(net), origin_(origin), spacing_(spacing), output_(output) {}
 
   void stitchFrom(Number start) {
     const std::size_t first = output_.Points.size();
@@ -56,14 +57,14 @@ class Stitcher {
 
   EdgeNet& net_;
   const Point origin_;
-  const Heron::PhysicalSpace::vector spacing_;
+  const Vector spacing_;
   ContourOutput& output_;
 };
 
 }  // namespace
 
-void stitchLines(EdgeNet& net, const ContourFragment& fragment, ContourOutput& output) {
-  Stitcher stitcher(net, fragment, output);
+void stitchLines(EdgeNet& net, const Point& origin, const Vector& spacing, ContourOutput& output) {
+  Stitcher stitcher(net, origin, spacing, output);
   const auto edges = static_cast<Number>(net.size());
   for (Number edge = 0; edge < edges; ++edge)
     if (net[edge].ahead != EdgeNet::kNone && net[edge].behind == EdgeNet::kNone)

@@ -19,7 +19,8 @@ class Plane {
  public:
   using Array = Quilt::MemArray<3, T>;
 
-  /// Nothing if the array is null or its memory does not hold the layer.
+  /// Nothing if the array is null or its memory does not hold the layer. An array without any
+  /// layer has no rows and columns.
   static std::optional<Plane> ofFirstLayer(const Larder::StrongPtr<Array>& array) {
     if (!array || !holdsFirstLayer(*array)) return std::nullopt;
     return Plane(array);
@@ -40,11 +41,10 @@ class Plane {
     return array.places() - layout.first >= array.dims[0] * array.dims[1];
   }
 
-  explicit Plane(const Larder::StrongPtr<Array>& array)
-      : array_(array),
-        columns_(static_cast<Index>(array->dims[0])),
-        rows_(static_cast<Index>(array->dims[1])) {
+  explicit Plane(const Larder::StrongPtr<Array>& array) : array_(array) {
     if (array->nElements() == 0) return;
+    columns_ = static_cast<Index>(array->dims[0]);
+    rows_ = static_cast<Index>(array->dims[1]);
     const Quilt::HyperslabParameters& layout = *array;
     const T* first = array->data + layout.first * layout.stride;
     data_ = layout.stride == 1 ? first : gathered(first, layout.stride);

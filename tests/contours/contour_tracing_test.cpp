@@ -166,6 +166,7 @@ TEST(ContourTracing, RefusesArraysThatDoNotFit) {
   refuse({}, "heights of a fragment are missing");
   refuse(ofExtent({4, 4, 1}, {4, 3, 1}), "don't cover the slice values [4x4x1]");
   refuse(ofExtent({4, 4, 1}, {3, 9, 1}), "don't cover the slice values [4x4x1]");
+  refuse(ofExtent({4, 4, 1}, {4, 4, 0}), "don't cover the slice values [4x4x1]");
   refuse(ofExtent({0, 4, 1}, {4, 4, 1}), "Can not create condition mem");
   ContourFragment tooShort = ofExtent({4, 4, 1}, {4, 4, 1});
   const Larder::StrongPtr<Larder::ChunkBase> chunk(new Larder::Chunk<unsigned char>(15));
