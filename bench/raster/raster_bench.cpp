@@ -188,4 +188,4 @@ RECAST_STAGE(wholeConversion);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+
