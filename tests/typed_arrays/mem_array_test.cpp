@@ -16,7 +16,7 @@ using Quilt::MemArray;
 using Quilt::MemBase;
 using Quilt::MemBaseHandle;
 using Quilt::MultiIndex;
-using Testing::sample;
+using TestSupport::sample;
 
 template <class T>
 using ChunkHandle = Larder::StrongPtr<Chunk<T>, Larder::ChunkBase>;
@@ -38,7 +38,7 @@ void expectParameters(const MemBase& array, std::uint64_t count, std::uint64_t t
 }
 
 TEST(MemArray, StartsWithZerosInMemoryOfItsOwn) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                          std::type_identity<T>,
                                                          const MultiIndex<N>& shape) {
     const auto array = Larder::makeStrong<Array>(shape, nullptr);
@@ -67,7 +67,7 @@ TEST(MemArray, StartsWithZerosInMemoryOfItsOwn) {
 }
 
 TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                          std::type_identity<T>,
                                                          const MultiIndex<N>& shape) {
     const auto chunk = samples<T>(shape.product());
@@ -76,7 +76,7 @@ TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
     EXPECT_EQ(array->getChunk(), chunk);
     MultiIndex<N> position;
     do {
-      const std::uint64_t place = Testing::placeOf(position, shape);
+      const std::uint64_t place = TestSupport::placeOf(position, shape);
       ASSERT_TRUE((*array)[position] == sample<T>(place)) << place;
       ASSERT_EQ(&(*array)[position], chunk->data() + place);
     } while (position.inc(shape));
@@ -87,7 +87,7 @@ TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
 }
 
 TEST(MemArray, CountsTheRestOfALongerChunkAsTail) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                          std::type_identity<T>,
                                                          const MultiIndex<N>& shape) {
     const std::size_t longer = shape.product() + 5;
@@ -100,7 +100,7 @@ TEST(MemArray, CountsTheRestOfALongerChunkAsTail) {
 }
 
 TEST(MemArray, HasNoMemoryWithoutAChunkOfItsType) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                          std::type_identity<T>,
                                                          const MultiIndex<N>& shape) {
     const Larder::StrongPtr<Larder::ChunkBase> sources[] = {
@@ -173,7 +173,7 @@ TEST(MemArray, RefusesAnElementCountBeyondMemory) {
 }
 
 TEST(ArrayAllocators, MakeArraysOfAnyTypeAndRank) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                          std::type_identity<T>,
                                                          const MultiIndex<N>& shape) {
     const auto typed = Quilt::newMemArray<T>(shape, nullptr);
@@ -186,7 +186,7 @@ TEST(ArrayAllocators, MakeArraysOfAnyTypeAndRank) {
 }
 
 TEST(ArrayAllocators, GiveNullForOtherRanksAndTypes) {
-  Testing::forEveryElement([]<class T>(std::type_identity<T>) {
+  TestSupport::forEveryElement([]<class T>(std::type_identity<T>) {
     EXPECT_FALSE(Quilt::newMemArray<T>(DynamicSize({1, 1, 1, 1, 1}), nullptr));
     EXPECT_FALSE(Quilt::newMemArray<T>(DynamicSize(), nullptr));
     EXPECT_FALSE(MemBase::newArray(Larder::Typename(typeid(T)), DynamicSize()));
@@ -195,7 +195,7 @@ TEST(ArrayAllocators, GiveNullForOtherRanksAndTypes) {
 }
 
 TEST(ArrayAllocators, AreRegisteredOnceAtLoad) {
-  Testing::forEveryElement([]<class T>(std::type_identity<T>) {
+  TestSupport::forEveryElement([]<class T>(std::type_identity<T>) {
     EXPECT_FALSE(Quilt::MemArrayAllocator<T>::registerMe()) << "there is one already";
     EXPECT_TRUE(Quilt::MemArrayAllocator<T>::isRegistered());
   });
@@ -222,7 +222,7 @@ TEST(ArrayAllocators, WrapFilledChunksAsLists) {
 }
 
 TEST(ArrayAllocators, WorkInSeveralThreads) {
-  Testing::inThreads(4, [](int thread) {
+  TestSupport::inThreads(4, [](int thread) {
     for (std::uint64_t i = 1; i < 100; ++i) {
       const auto array = MemBase::newArray(
           thread % 2 == 0 ? "double" : "Heron::PhysicalSpace::point", MultiIndex<3>(i, 2, 1));
