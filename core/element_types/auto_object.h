@@ -6,8 +6,8 @@
 
 namespace Larder {
 
-/// An object of class T that does not live on the heap: it owns one strong count of its own, so that
-/// handles to it come and go without destroying it.
+/// An object of class T that does not live on the heap: it owns one strong count of its own, so
+/// that handles to it come and go without destroying it.
 template <class T>
 class RECAST_API Auto : public T {
  public:

@@ -16,10 +16,10 @@
   X(int)                          \
   X(unsigned int)                 \
   X(unsigned long long)
-#define RECAST_GEOMETRY_ELEMENTS(X)  \
-  X(Heron::PhysicalSpace::point)     \
-  X(Heron::PhysicalSpace::vector)    \
-  X(Heron::PhysicalSpace::bivector)  \
+#define RECAST_GEOMETRY_ELEMENTS(X) \
+  X(Heron::PhysicalSpace::point)    \
+  X(Heron::PhysicalSpace::vector)   \
+  X(Heron::PhysicalSpace::bivector) \
   X(Quilt::TripleOfDoubles)
 #define RECAST_OTHER_ELEMENTS(X) \
   X(Heron::Colour)               \

@@ -32,7 +32,7 @@ template bool check(const Larder::StrongPtr<Quilt::Representation>&, std::string
 template bool check(const Larder::StrongPtr<Quilt::Field>&, std::string);
 template bool check(const Larder::StrongPtr<Quilt::Skeleton>&, std::string);
 
-#define RECAST_INSTANCE(T)                                             \
+#define RECAST_INSTANCE(T)                                                    \
   template Larder::StrongPtr<Larder::Chunk<T>, Larder::ChunkBase> getCABs<T>( \
       const Larder::StrongPtr<Quilt::Field>&, const Larder::StrongPtr<Quilt::FragmentID>&);
 RECAST_INSTANCE(Heron::PhysicalSpace::point)

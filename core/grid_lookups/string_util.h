@@ -4,7 +4,8 @@
 
 #include "recast/larder/export.h"
 
-/// What file names say. Slashes separate folders, and where nothing else is said backslashes do too.
+/// What file names say. Slashes separate folders, and where nothing else is said backslashes do
+/// too.
 namespace Larder::StringUtil {
 
 /// The file's name without its folders and without its last extension: "run.1" of "a/run.1.txt". A

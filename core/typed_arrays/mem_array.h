@@ -26,7 +26,9 @@ class RECAST_API TypedArray : public virtual MemBase {
 
 /// An array of rank N over the memory of a chunk, which several arrays may share.
 template <int N, class T>
-class RECAST_API ReferencingMemArray : public MemArrayBase<N>, public MultiArray<N, T>, public TypedArray<T> {
+class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
+                                       public MultiArray<N, T>,
+                                       public TypedArray<T> {
  public:
   using ChunkHandle = typename TypedArray<T>::ChunkHandle;
 
@@ -85,7 +87,8 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>, public MultiArray
 ///     auto heights = Larder::makeStrong<Quilt::MemArray<3, float>>(MultiIndex<3>(nx, ny, 1), {});
 ///     (*heights)[{i, j, 0}] = 4.5F;
 ///
-/// An array does not grow; its chunk must have its final size before it is wrapped. Not synchronised.
+/// An array does not grow; its chunk must have its final size before it is wrapped. Not
+/// synchronised.
 template <int N, class T>
 class RECAST_API MemArray : public ReferencingMemArray<N, T> {
  public:
@@ -102,8 +105,7 @@ class RECAST_API MemArray : public ReferencingMemArray<N, T> {
   MemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape, DataCreator<T>* source,
            const typename TypedArray<T>::ChunkHandle& owner, const WeakCreator& madeBy);
 
-  MemBaseHandle newMemArraynD(const MultiIndex<N>& shape,
-                              const WeakCreator& madeBy) const override;
+  MemBaseHandle newMemArraynD(const MultiIndex<N>& shape, const WeakCreator& madeBy) const override;
 
  private:
   void countRegistration();

@@ -8,8 +8,8 @@ namespace Quilt {
 /// than 1 to 4.
 /// \throw std::bad_alloc, std::length_error
 template <class T>
-RECAST_API Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> newMemArray(const DynamicSize& size,
-                                                                const WeakCreator& creator);
+RECAST_API Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> newMemArray(
+    const DynamicSize& size, const WeakCreator& creator);
 
 /// An array of rank 1 over all of `chunk`, which is not copied; null for a null chunk.
 template <class T>
@@ -29,9 +29,9 @@ class RECAST_API MemArrayAllocator : public MemBase::Allocator {
   MemBaseHandle create(const DynamicSize& size) const override;
 };
 
-#define RECAST_EXTERN(T)                                                                       \
-  extern template class MemArrayAllocator<T>;                                                  \
-  extern template Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> newMemArray<T>(          \
+#define RECAST_EXTERN(T)                                                              \
+  extern template class MemArrayAllocator<T>;                                         \
+  extern template Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> newMemArray<T>( \
       const DynamicSize&, const WeakCreator&);
 RECAST_ALL_ELEMENTS(RECAST_EXTERN)
 #undef RECAST_EXTERN

@@ -23,8 +23,7 @@ MemArray<N, T>::MemArray(const Larder::StrongPtr<Larder::ChunkBase>& source,
 
 template <int N, class T>
 MemArray<N, T>::MemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape,
-                         DataCreator<T>* source,
-                         const typename TypedArray<T>::ChunkHandle& owner,
+                         DataCreator<T>* source, const typename TypedArray<T>::ChunkHandle& owner,
                          const WeakCreator& madeBy)
     : MemBase(*QuiltType<T>::getQuiltType(), madeBy),
       ReferencingMemArray<N, T>(iterator, shape, source, owner) {
@@ -86,16 +85,16 @@ MemBaseHandle MemArrayAllocator<T>::create(const DynamicSize& size) const {
 
 }  // namespace Quilt
 
-#define RECAST_INSTANCE(T)                                                                     \
-  template class Larder::Chunk<T>;                                                  \
-  template class Quilt::ReferencingMemArray<1, T>;                                  \
-  template class Quilt::ReferencingMemArray<2, T>;                                  \
-  template class Quilt::ReferencingMemArray<3, T>;                                  \
-  template class Quilt::ReferencingMemArray<4, T>;                                  \
-  template class Quilt::MemArray<1, T>;                                             \
-  template class Quilt::MemArray<2, T>;                                             \
-  template class Quilt::MemArray<3, T>;                                             \
-  template class Quilt::MemArray<4, T>;                                             \
-  template class Quilt::MemArrayAllocator<T>;                                       \
-  template Larder::StrongPtr<Quilt::TypedArray<T>, Larder::Cacheable>               \
-  Quilt::newMemArray<T>(const Quilt::DynamicSize&, const Quilt::WeakCreator&);
+#define RECAST_INSTANCE(T)                                                                   \
+  template class Larder::Chunk<T>;                                                           \
+  template class Quilt::ReferencingMemArray<1, T>;                                           \
+  template class Quilt::ReferencingMemArray<2, T>;                                           \
+  template class Quilt::ReferencingMemArray<3, T>;                                           \
+  template class Quilt::ReferencingMemArray<4, T>;                                           \
+  template class Quilt::MemArray<1, T>;                                                      \
+  template class Quilt::MemArray<2, T>;                                                      \
+  template class Quilt::MemArray<3, T>;                                                      \
+  template class Quilt::MemArray<4, T>;                                                      \
+  template class Quilt::MemArrayAllocator<T>;                                                \
+  template Larder::StrongPtr<Quilt::TypedArray<T>, Larder::Cacheable> Quilt::newMemArray<T>( \
+      const Quilt::DynamicSize&, const Quilt::WeakCreator&);

@@ -23,7 +23,9 @@ struct RECAST_API Iterator : IteratorBase<T> {
   T* data = nullptr;
 
   /// Strided places of the memory, whichever member holds them.
-  std::uint64_t places() const { return this->stride == 1 ? this->length : this->count / this->stride; }
+  std::uint64_t places() const {
+    return this->stride == 1 ? this->length : this->count / this->stride;
+  }
 };
 
 /// An iterator that can also compute its elements.
@@ -58,8 +60,7 @@ class RECAST_API MultiArrayBase : public CreativeIterator<T> {
     this->creator = source;
     const std::uint64_t wanted = shape.product();
     const std::uint64_t available = this->places() - this->first;
-    if (available - this->tail > wanted)
-      this->tail = available < wanted ? 0 : available - wanted;
+    if (available - this->tail > wanted) this->tail = available < wanted ? 0 : available - wanted;
   }
 
   /// One element; the position is not tested against the shape.
@@ -77,7 +78,8 @@ class RECAST_API MultiArrayBase : public CreativeIterator<T> {
   std::uint64_t offset(const MultiIndex<N>& position) const {
     std::uint64_t place = position[Axes - 1];
     for (int axis = Axes - 2; axis >= 0; --axis)
-      place = place * dims[static_cast<std::size_t>(axis)] + position[static_cast<std::size_t>(axis)];
+      place =
+          place * dims[static_cast<std::size_t>(axis)] + position[static_cast<std::size_t>(axis)];
     return place;
   }
 

@@ -1,16 +1,19 @@
 #pragma once
 
-#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "recast/larder/chunk.h"
 
 namespace Larder {
 
-/// Named values of an object, each a chunk. Kept with the object in the `.q8` file. Not synchronised.
+/// Named values of an object, each a chunk. Kept with the object in the `.q8` file. Not
+/// synchronised.
 class RECAST_API Attributes {
  public:
-  using Map = std::map<std::string, StrongPtr<ChunkBase>>;
+  /// Names and values, sorted by name. A list, since most objects carry none or one.
+  using Map = std::vector<std::pair<std::string, StrongPtr<ChunkBase>>>;
 
   /// Stores `value` under `name`, in place of a former value. A null handle removes the name.
   void setAttribute(const std::string& name, const StrongPtr<ChunkBase>& value);

@@ -14,7 +14,9 @@ std::size_t quarterOfMemory() {
 
 }  // namespace
 
-void Cacheable::markAsUsed() { Cache::MemCache().markAsUsed(*this); }
+void Cacheable::markAsUsed() {
+  Cache::MemCache().markAsUsed(*this);
+}
 
 Cache& Cache::MemCache() {
   // Never destroyed: arrays held at exit would otherwise outlive the type registries they use.

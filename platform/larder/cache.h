@@ -34,7 +34,8 @@ class RECAST_API Cacheable : public ReferenceBase<Cacheable> {
 };
 
 /// Keeps data alive that nobody else holds, up to a budget of bytes; the least recently used goes
-/// first. Dropping an entry only lets go of the cache's own handle. Safe in several threads at once.
+/// first. Dropping an entry only lets go of the cache's own handle. Safe in several threads at
+/// once.
 class RECAST_API Cache {
  public:
   /// The process-wide cache of array data. Its budget starts at a quarter of the machine's memory.

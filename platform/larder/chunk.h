@@ -60,9 +60,7 @@ class RECAST_API Chunk : public TypedChunk<T>, public std::vector<T> {
   explicit Chunk(std::vector<T> values) : std::vector<T>(std::move(values)) { account(); }
   Chunk(const Chunk& other) : TypedChunk<T>(other), std::vector<T>(other) { account(); }
   Chunk& operator=(const Chunk&) = delete;
-  ~Chunk() override {
-    ChunkBase::TotalMemsize.fetch_sub(accounted_, std::memory_order_relaxed);
-  }
+  ~Chunk() override { ChunkBase::TotalMemsize.fetch_sub(accounted_, std::memory_order_relaxed); }
 
   std::size_t elements() const override { return this->size(); }
   std::size_t element_size() const override { return sizeof(T); }

@@ -13,8 +13,9 @@ std::mutex& sinkMutex() {
 }
 
 Console::Sink& currentSink() {
-  static Console::Sink sink;
-  return sink;
+  // Never destroyed: objects that end at exit may still have something to tell.
+  static auto* sink = new Console::Sink;
+  return *sink;
 }
 
 }  // namespace

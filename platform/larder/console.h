@@ -9,8 +9,8 @@
 
 namespace Larder {
 
-/// One message under construction: starts empty, grows by `<<`, and is delivered as a whole when the
-/// object ends. Numbers are appended in decimal, floating-point ones as by "%f".
+/// One message under construction: starts empty, grows by `<<`, and is delivered as a whole when
+/// the object ends. Numbers are appended in decimal, floating-point ones as by "%f".
 ///
 ///     Larder::Console() << "Have " << 3 << " grids";
 ///
@@ -30,11 +30,13 @@ class RECAST_API Console {
   }
   Console& operator<<(const char* text) { return *this << std::string_view(text); }
   Console& operator<<(const std::string& text) { return *this << std::string_view(text); }
+  Console& operator<<(char character) { return *this << std::string_view(&character, 1); }
   Console& operator<<(std::integral auto number) { return *this << std::to_string(number); }
   Console& operator<<(double number) { return *this << std::to_string(number); }
 
   /// Sends all later messages to `sink`; an empty one restores the standard error stream. The sink
-  /// is called under a lock, one message at a time, from whatever thread a message ends in.
+  /// is called under a lock, one message at a time, from whatever thread a message ends in; it must
+  /// not end a message or set a sink itself. What it throws is dropped.
   /// \return the sink that was set before.
   static Sink setSink(Sink sink);
 

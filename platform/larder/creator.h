@@ -8,12 +8,18 @@ namespace Larder {
 
 /// Gives data of type `Object` on request and makes it anew when it is not in memory.
 ///
-/// Data that can be made again is held by the cache and may vanish from memory between two requests;
-/// data that can't is pinned by the creator. Safe in several threads at once.
+/// Data that can be made again is held by the cache and may vanish from memory between two
+/// requests; data that can't is pinned by the creator. Safe in several threads at once.
 template <class Object>
 class RECAST_API CreatorBase : public Creature {
  public:
   using Handle = StrongPtr<Object, Cacheable>;
+
+  CreatorBase() = default;
+  /// Nobody can ask for the data any more: the cache lets it go.
+  ~CreatorBase() override {
+    if (const Handle data = present_.lock()) cache_->drop(*data);
+  }
 
   /// The data: the one in memory, or else what `produce` makes now. Null if there is none.
   /// \param onlyIfPresent don't make anything: null if the data is not in memory.
@@ -28,7 +34,7 @@ class RECAST_API CreatorBase : public Creature {
     if (!data) return nullptr;
     data->setCreator(WeakPtrImpl<Creature>(this));
     present_ = data;
-    if (caching_) Cache::MemCache().hold(data);
+    if (caching_) cache_->hold(data);
     return data;
   }
   Handle get() { return create(false); }
@@ -54,10 +60,12 @@ class RECAST_API CreatorBase : public Creature {
     pinned_ = data;
     present_ = data;
   }
-  /// From now on the data can be made again: it goes to `cache`, which may drop it.
+  /// From now on the data can be made again: it goes to `cache`, which may drop it and must outlive
+  /// the creator.
   void unpin(Cache& cache) {
     Handle data;  // released after the lock
     const std::lock_guard lock(mutex_);
+    cache_ = &cache;
     std::swap(data, pinned_);
     if (data && caching_) cache.hold(data);
   }
@@ -72,6 +80,7 @@ class RECAST_API CreatorBase : public Creature {
   mutable std::mutex mutex_;
   Handle pinned_;
   WeakPtrImpl<Object, Cacheable> present_;
+  Cache* cache_ = &Cache::MemCache();
   bool caching_ = true;
 };
 

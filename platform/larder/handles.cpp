@@ -32,7 +32,12 @@ bool HandleBlock::promote() {
 }
 
 void HandleBlock::firstHandle() {
-  object_.load(std::memory_order_acquire)->onFirstHandle();
+  try {
+    object_.load(std::memory_order_acquire)->onFirstHandle();
+  } catch (...) {
+    releaseStrong();  // the handle under construction will not do it
+    throw;
+  }
 }
 
 void HandleBlock::releaseStrong() {

@@ -5,16 +5,17 @@
 #include <cstdint>
 #include <functional>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 #include "recast/larder/export.h"
 
 /// Object core: counted handles.
 ///
-/// A countable object knows its control block, so a handle can be made from a raw pointer any number
-/// of times and always finds the same counts. All counting is atomic: handles of one object may be
-/// copied and released in several threads at once; one handle object must not be shared without a
-/// lock, as with `std::shared_ptr`.
+/// A countable object knows its control block, so a handle can be made from a raw pointer any
+/// number of times and always finds the same counts. All counting is atomic: handles of one object
+/// may be copied and released in several threads at once; one handle object must not be shared
+/// without a lock, as with `std::shared_ptr`.
 namespace Larder {
 
 class Countable;
@@ -42,10 +43,11 @@ class RECAST_API HandleBlock {
   /// Handles of both kinds; the object's own share is left out.
   std::int32_t weakCount() const;
 
-  /// Counts a strong handle made from a raw pointer or from another strong handle.
+  /// Counts a strong handle made from a raw pointer or from another strong handle. What the object
+  /// throws at its first handle passes through, with nothing counted and the object destroyed.
   void addStrong();
-  /// Counts a strong handle made from a weak one. \return false, and nothing counted, if the object
-  /// is dying or gone.
+  /// Counts a strong handle made from a weak one; may throw as `addStrong`. \return false, and
+  /// nothing counted, if the object is dying or gone.
   bool promote();
   void releaseStrong();
   void addWeak() { weak_.fetch_add(1, std::memory_order_relaxed); }
@@ -102,7 +104,8 @@ struct RECAST_API DomainOf {
 template <class T, class D>
 class WeakPtrImpl;
 
-/// A shared owner of an object: two words, a control block and a typed pointer. Null until assigned.
+/// A shared owner of an object: two words, a control block and a typed pointer. Null until
+/// assigned.
 ///
 /// The object is destroyed when the last strong handle goes. Tests true only while the object is
 /// usable. Converts implicitly where the pointers do; `castTo` asks the object for another type.
@@ -124,14 +127,16 @@ class RECAST_API StrongPtr {
     if (block_ != nullptr) block_->addStrong();
   }
   StrongPtr(StrongPtr&& other) noexcept
-      : block_(std::exchange(other.block_, nullptr)), typed_(std::exchange(other.typed_, nullptr)) {}
+      : block_(std::exchange(other.block_, nullptr)),
+        typed_(std::exchange(other.typed_, nullptr)) {}
   template <class U, class E, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
   StrongPtr(const StrongPtr<U, E>& other) : block_(other.block_), typed_(other.typed_) {
     if (block_ != nullptr) block_->addStrong();
   }
   template <class U, class E, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
   StrongPtr(StrongPtr<U, E>&& other) noexcept
-      : block_(std::exchange(other.block_, nullptr)), typed_(std::exchange(other.typed_, nullptr)) {}
+      : block_(std::exchange(other.block_, nullptr)),
+        typed_(std::exchange(other.typed_, nullptr)) {}
   /// Null if the object of `weak` is gone.
   explicit StrongPtr(const WeakPtrImpl<T, D>& weak);
   ~StrongPtr() { reset(); }
@@ -204,7 +209,8 @@ class RECAST_API WeakPtrImpl {
     if (block_ != nullptr) block_->addWeak();
   }
   WeakPtrImpl(WeakPtrImpl&& other) noexcept
-      : block_(std::exchange(other.block_, nullptr)), typed_(std::exchange(other.typed_, nullptr)) {}
+      : block_(std::exchange(other.block_, nullptr)),
+        typed_(std::exchange(other.typed_, nullptr)) {}
   ~WeakPtrImpl() {
     if (block_ != nullptr) block_->releaseWeak();
   }
@@ -249,8 +255,7 @@ class RECAST_API DynPtr : public StrongPtr<T, D> {
  public:
   DynPtr() = default;
   template <class U, class E>
-  DynPtr(const StrongPtr<U, E>& other)
-      : StrongPtr<T, D>(dynamic_cast<T*>(other.rawptr())) {
+  DynPtr(const StrongPtr<U, E>& other) : StrongPtr<T, D>(dynamic_cast<T*>(other.rawptr())) {
     if (this->block() != nullptr && this->block() != other.block())
       SpeakPtr::InconsistentDynPtr(typeid(T).name(), this->rawptr(), other.rawptr());
   }

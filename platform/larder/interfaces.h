@@ -1,8 +1,7 @@
 #pragma once
 
-#include <map>
-#include <typeindex>
 #include <typeinfo>
+#include <vector>
 
 #include "recast/larder/export.h"
 #include "recast/larder/handles.h"
@@ -46,8 +45,11 @@ class RECAST_API Intercube {
   ~Intercube() = default;
 
  private:
-  // Most objects carry none or one; the map is made when it is needed.
-  std::map<std::type_index, StrongPtr<InterfaceBase>> interfaces_;
+  StrongPtr<InterfaceBase>* find(const std::type_info& kind);
+
+  // Most objects carry none and hardly one carries more than three, but there may be millions of
+  // objects: a list takes half the room of a map.
+  std::vector<StrongPtr<InterfaceBase>> interfaces_;
 };
 
 }  // namespace Larder

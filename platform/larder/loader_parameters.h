@@ -10,8 +10,7 @@ class RECAST_API LoaderParameters : public ReferenceBase<LoaderParameters>, publ
  public:
   /// \param files the list holds one file name.
   /// \param merge with true, what is loaded joins what the bundle holds already.
-  LoaderParameters(const StrongPtr<StringList>& files, bool merge)
-      : files_(files), merge_(merge) {}
+  LoaderParameters(const StrongPtr<StringList>& files, bool merge) : files_(files), merge_(merge) {}
 
   const StrongPtr<StringList>& files() const { return files_; }
   bool merge() const { return merge_; }

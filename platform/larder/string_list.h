@@ -19,9 +19,7 @@ class RECAST_API StringList : public ReferenceBase<StringList> {
   auto begin() const { return strings_.begin(); }
   auto end() const { return strings_.end(); }
   void append(std::string text) { strings_.push_back(std::move(text)); }
-  bool contains(const std::string& text) const {
-    return std::find(begin(), end(), text) != end();
-  }
+  bool contains(const std::string& text) const { return std::find(begin(), end(), text) != end(); }
 
  private:
   std::vector<std::string> strings_;

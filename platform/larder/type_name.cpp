@@ -1,9 +1,9 @@
 #include "recast/larder/type_name.h"
 
-#include <cxxabi.h>
-
 #include <cstdlib>
 #include <memory>
+
+#include <cxxabi.h>
 
 namespace Larder {
 
@@ -14,7 +14,9 @@ std::string demangled(const char* mangled) {
   return status == 0 && text ? std::string(text.get()) : std::string(mangled);
 }
 
-std::string Typename(const std::type_info& type) { return demangled(type.name()); }
+std::string Typename(const std::type_info& type) {
+  return demangled(type.name());
+}
 
 void breakpoint() {}
 

@@ -1,15 +1,28 @@
 #include "recast/meadow/creative_array.h"
 
+#include <set>
+
 namespace Quilt {
+namespace {
+
+/// The one copy of a type's name. There are few names and may be millions of creators.
+const std::string* sharedName(const std::string& name) {
+  static std::mutex mutex;
+  static auto* names = new std::set<std::string>;  // never destroyed, as creators may be later
+  const std::lock_guard lock(mutex);
+  return &*names->insert(name).first;
+}
+
+}  // namespace
 
 CreativeArrayBase::CreativeArrayBase(const MemBaseHandle& array)
-    : typeName_(array->typeIndex().TypeName) {
+    : typeName_(sharedName(array->typeIndex().TypeName)) {
   pin(array);
 }
 
 CreativeArrayBase::CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored,
-                                     std::string typeName)
-    : typeName_(std::move(typeName)), stored_(stored) {}
+                                     const std::string& typeName)
+    : typeName_(sharedName(typeName)), stored_(stored) {}
 
 MemBaseHandle CreativeArrayBase::produce() {
   const auto source = stored();
@@ -28,6 +41,12 @@ void CreativeArrayBase::setStored(const Larder::StrongPtr<StoredFragment>& store
 Larder::StrongPtr<StoredFragment> CreativeArrayBase::stored() const {
   const std::lock_guard lock(mutex_);
   return stored_;
+}
+
+DynamicSize CreativeArrayBase::size() const {
+  if (const auto source = stored()) return source->size();
+  const MemBaseHandle array = present();
+  return array ? array->getSize() : DynamicSize();
 }
 
 DataExtent CreativeArrayBase::extent() const {

@@ -15,6 +15,8 @@ class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {
  public:
   /// Reads the array anew. \return null, with a message on the console, if that fails.
   virtual MemBaseHandle read() = 0;
+  /// The extents of the array, first index first; known without reading it.
+  virtual DynamicSize size() const = 0;
 };
 
 /// Gives the array of one fragment of a field: from memory, or from the file where it is stored.
@@ -28,7 +30,7 @@ class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
   /// A creator whose only source is `array`; it stays in memory until `setStored`.
   explicit CreativeArrayBase(const MemBaseHandle& array);
   /// A creator that reads its array on request.
-  CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored, std::string typeName);
+  CreativeArrayBase(const Larder::StrongPtr<StoredFragment>& stored, const std::string& typeName);
 
   MemBaseHandle produce() override;
 
@@ -39,14 +41,17 @@ class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
   Larder::StrongPtr<StoredFragment> stored() const;
 
   /// The name of the element type; known without reading the array.
-  const std::string& typeName() const { return typeName_; }
+  const std::string& typeName() const { return *typeName_; }
+
+  /// The array's extents, first index first; without any if the data is gone. Reads nothing.
+  DynamicSize size() const;
 
   /// What is known of the array's extent without looking at its elements.
   DataExtent extent() const;
   void setExtent(const DataExtent& extent);
 
  private:
-  std::string typeName_;
+  const std::string* typeName_;  // shared by all creators of the type
   mutable std::mutex mutex_;
   Larder::StrongPtr<StoredFragment> stored_;
   DataExtent extent_;

@@ -3,6 +3,19 @@
 #include "recast/larder/console.h"
 
 namespace Quilt {
+namespace {
+
+/// Calls `visit` for the identifiers that are there now, until it gives false. Unlike
+/// `getFragmentIDs` it does not copy what may be a list of millions.
+template <class Visit>
+bool forEachIdentifier(const Larder::StrongPtr<FragmentIDCollection>& fragments, Visit visit) {
+  const std::size_t count = fragments ? fragments->NumberOfFragmentIDs() : 0;
+  for (std::uint32_t number = 0; number < count; ++number)
+    if (!visit(fragments->findFragmentID(number))) return false;
+  return true;
+}
+
+}  // namespace
 
 Field::Field(const Larder::StrongPtr<FragmentIDCollection>& fragments) : fragments_(fragments) {}
 
@@ -20,16 +33,20 @@ void Field::processOwnership(const Larder::StrongPtr<Placement>& place) {
   auto& cache = Larder::Cache::MemCache();
   if (const auto whole = madeWholeCreator(); whole && !whole->stored())
     handOver(nullptr, whole, whole->get(), cache);
-  for (const auto& fragment : getFragmentIDs())
+  forEachIdentifier(getFragmentIDCollection(), [&](const Larder::StrongPtr<FragmentID>& fragment) {
     if (const auto creator = madeCreator(fragment->number()); creator && !creator->stored())
       handOver(fragment, creator, creator->get(), cache);
+    return true;
+  });
 }
 
 Larder::StrongPtr<FragmentIDCollection> Field::getFragmentIDCollection() const {
   return fragments_;
 }
 
-MemBaseHandle Field::newFragmentationArray() const { return nullptr; }
+MemBaseHandle Field::newFragmentationArray() const {
+  return nullptr;
+}
 
 void Field::setFragmentIDCollection(const Larder::StrongPtr<FragmentIDCollection>& fragments) {
   fragments_ = fragments;
@@ -87,17 +104,15 @@ void Field::handOver(const Larder::StrongPtr<FragmentID>& fragment, const Creato
 
 CreatorHandle Field::createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                                    OnExistingData onExisting, Larder::Cache& cache) {
-  const auto present =
-      fragmentName.empty() ? wholeCreator() : getCreatorByName(fragmentName);
-  if (present) {
-    if (onExisting == OnExistingData::Refuse) return nullptr;
-    if (onExisting == OnExistingData::Keep) return present;
-    Larder::Console() << "Fragment " << fragmentName << " of the field "
-                      << (place_ ? place_->FieldName : std::string())
+  const bool undivided = fragmentName.empty();
+  const auto present = undivided ? wholeCreator() : getCreatorByName(fragmentName);
+  if (present && onExisting == OnExistingData::Keep) return present;
+  if (!array || (present && onExisting == OnExistingData::Refuse)) return nullptr;
+  if (present)
+    Larder::Console() << (undivided ? "The undivided data" : "Fragment " + fragmentName)
+                      << " of the field " << (place_ ? place_->FieldName : std::string())
                       << " is there already; the new data takes its place.";
-  }
-  return setPersistentData(array, fragmentName.empty() ? nullptr : makeFragmentID(fragmentName),
-                           cache, "");
+  return setPersistentData(array, undivided ? nullptr : makeFragmentID(fragmentName), cache, "");
 }
 
 CreatorHandle Field::getCreator(const Larder::StrongPtr<FragmentID>& fragment) const {
@@ -145,11 +160,12 @@ Larder::StrongPtr<QuiltTypeBase> Field::getElementType() const {
 }
 
 bool Field::iterate(FragmentIterator& iterator, const FragmentSelector& selector) const {
-  for (const auto& fragment : getFragmentIDs()) {
-    if (selector && !selector(*fragment)) continue;
+  const auto visit = [&](const Larder::StrongPtr<FragmentID>& fragment) {
+    if (selector && !selector(*fragment)) return true;
     const CreatorHandle creator = getCreatorByNumber(fragment->number());
-    if (creator && !iterator.apply(fragment, creator)) return false;
-  }
+    return !creator || iterator.apply(fragment, creator);
+  };
+  if (!forEachIdentifier(getFragmentIDCollection(), visit)) return false;
   const CreatorHandle whole = wholeCreator();
   return !whole || iterator.apply(nullptr, whole);
 }

@@ -55,16 +55,16 @@ enum class OnExistingData {
 /// that a fragment means the same for all of them. In a bundle bound to a file, arrays are written
 /// when they are handed over and may then leave memory; the creators read them again.
 ///
-/// Creators may be looked up and data handed over from several threads at once; fragment identifiers
-/// must not be made meanwhile.
+/// Creators may be looked up and data handed over from several threads at once; fragment
+/// identifiers must not be made meanwhile.
 class RECAST_API Field : public Larder::ReferenceBase<Field>,
                          public OwnerBase,
                          public Larder::Attributes,
                          public Larder::Ageable,
                          public Larder::Intercube {
  public:
-  /// A field over the identifiers of `fragments`; with null it gets a collection of its own when the
-  /// first one is needed.
+  /// A field over the identifiers of `fragments`; with null it gets a collection of its own when
+  /// the first one is needed.
   explicit Field(const Larder::StrongPtr<FragmentIDCollection>& fragments = nullptr);
   /// A field whose undivided data is `data`.
   Field(const MemBaseHandle& data, const Larder::StrongPtr<FragmentIDCollection>& fragments);
@@ -80,16 +80,16 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   /// All identifiers in the order of their numbers, those without data in this field included.
   std::vector<Larder::StrongPtr<FragmentID>> getFragmentIDs() const;
 
-  /// Makes `array` the data of `fragment`, or the undivided data if that is null, in place of former
-  /// data. An identifier of another collection counts by its name. In a bound bundle the array goes
-  /// to the file under the bundle's rules.
-  /// \param text where the data comes from, kept as the attribute "Source"; empty for none.
-  /// \return the creator of the data, null if `array` is.
-  /// \throw StorageError if writing has failed.
+  /// Makes `array` the data of `fragment`, or the undivided data if that is null, in place of
+  /// former data. An identifier of another collection counts by its name. In a bound bundle the
+  /// array goes to the file under the bundle's rules. \param text where the data comes from, kept
+  /// as the attribute "Source"; empty for none. \return the creator of the data, null if `array`
+  /// is. \throw StorageError if writing has failed.
   CreatorHandle setPersistentData(const MemBaseHandle& array,
                                   const Larder::StrongPtr<FragmentID>& fragment,
                                   Larder::Cache& cache, const std::string& text);
-  /// The same by the fragment's name, empty for the undivided data.
+  /// The same by the fragment's name, empty for the undivided data; data that is there already
+  /// meets `onExisting`.
   CreatorHandle createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                               OnExistingData onExisting, Larder::Cache& cache);
 
@@ -144,7 +144,7 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   Larder::StrongPtr<FragmentIDCollection> fragments_;
   Larder::StrongPtr<Placement> place_;
   Larder::StrongPtr<FieldSource> source_;
-  mutable std::mutex mutex_;  // guards the members below
+  mutable std::mutex mutex_;                     // guards the members below
   mutable std::vector<CreatorHandle> creators_;  // by running number
   mutable CreatorHandle whole_;
   std::string typeName_;

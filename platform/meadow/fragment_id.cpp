@@ -1,6 +1,17 @@
 #include "recast/meadow/fragment_id.h"
 
+#include <limits>
+#include <stdexcept>
+
 namespace Quilt {
+namespace {
+
+void requireNumberable(bool fits, std::uint64_t identifiers) {
+  if (!fits || identifiers > std::numeric_limits<std::uint32_t>::max())
+    throw std::length_error("more fragments than their 32-bit numbers can count");
+}
+
+}  // namespace
 
 FragmentID::FragmentID(
     std::string name, std::uint32_t number,
@@ -8,7 +19,8 @@ FragmentID::FragmentID(
     : name_(std::move(name)), number_(number), collection_(collection) {}
 
 bool FragmentID::belongsTo(const FragmentIDCollection& collection) const {
-  return collection_.lock().rawptr() == &collection;
+  const auto& identifiers = collection.identifiers();
+  return number_ < identifiers.size() && identifiers[number_].rawptr() == this;
 }
 
 FragmentIDCollection::FragmentIDCollection()
@@ -17,12 +29,14 @@ FragmentIDCollection::FragmentIDCollection()
 }
 
 FragmentIDCollection::Handle FragmentIDCollection::makeFragmentID(const std::string& name) {
+  if (auto present = findFragmentIDByName(name)) return present;
+  requireNumberable(true, identifiers_->size() + 1);
   const auto number = static_cast<std::uint32_t>(identifiers_->size());
-  const auto [entry, isNew] = names_.try_emplace(name, number);
-  if (isNew)
-    identifiers_->push_back(Larder::makeStrong<FragmentID>(
-        name, number, Larder::WeakPtrImpl<FragmentIDCollection, FragmentIDCollection>(this)));
-  return (*identifiers_)[entry->second];
+  const Larder::WeakPtrImpl<FragmentIDCollection, FragmentIDCollection> self(this);
+  auto fresh = Larder::makeStrong<FragmentID>(name, number, self);
+  identifiers_->push_back(fresh);
+  names_.emplace(fresh->name(), number);
+  return fresh;
 }
 
 FragmentIDCollection::Handle FragmentIDCollection::findFragmentID(std::uint32_t number) const {
@@ -38,21 +52,22 @@ FragmentIDCollection::Handle FragmentIDCollection::findFragmentIDByName(
 template <int N>
 void FragmentIDCollection::setFragmentNames(const MultiIndex<N>& counts,
                                             const std::string& prefix) {
-  latticeSize_ = DynamicSize(counts);
-  latticePrefix_ = prefix;
-  names_.clear();
-  identifiers_ = Larder::makeStrong<Identifiers>(std::size_t{counts.product()});
-  if (identifiers_->empty()) return;
-  names_.reserve(identifiers_->size());
+  std::uint64_t wanted = 0;
+  requireNumberable(DynamicSize(counts).product(1, wanted), wanted);
+  auto identifiers = Larder::makeStrong<Identifiers>(std::size_t{wanted});
+  Names names;
+  names.reserve(wanted);
   const Larder::WeakPtrImpl<FragmentIDCollection, FragmentIDCollection> self(this);
   MultiIndex<N> place;
-  std::uint32_t number = 0;
-  do {
-    const std::string name = prefix + to_string(place);
-    (*identifiers_)[number] = Larder::makeStrong<FragmentID>(name, number, self);
-    names_.emplace(name, number);
-    ++number;
-  } while (place.inc(counts));
+  for (std::uint32_t number = 0; number < wanted; ++number, place.inc(counts)) {
+    auto& fresh = (*identifiers)[number];
+    fresh = Larder::makeStrong<FragmentID>(prefix + to_string(place), number, self);
+    names.emplace(fresh->name(), number);
+  }
+  names_.swap(names);
+  identifiers_.swap(identifiers);
+  latticeSize_ = DynamicSize(counts);
+  latticePrefix_ = prefix;
 }
 
 template void FragmentIDCollection::setFragmentNames<3>(const MultiIndex<3>&, const std::string&);

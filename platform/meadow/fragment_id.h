@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "recast/larder/chunk.h"
@@ -13,8 +13,8 @@ namespace Quilt {
 
 class FragmentIDCollection;
 
-/// Names one fragment of the fields that share a collection. Its place in a grid and its overlaps can
-/// be attached as interfaces, see `FragmentLocation`.
+/// Names one fragment of the fields that share a collection. Its place in a grid and its overlaps
+/// can be attached as interfaces, see `FragmentLocation`.
 class RECAST_API FragmentID : public Larder::ReferenceBase<FragmentID>, public Larder::Intercube {
  public:
   /// \param number the running number in the collection, from 0.
@@ -23,6 +23,11 @@ class RECAST_API FragmentID : public Larder::ReferenceBase<FragmentID>, public L
 
   const std::string& name() const { return name_; }
   std::uint32_t number() const { return number_; }
+  /// The collection that it was made for, null if that is gone.
+  Larder::StrongPtr<FragmentIDCollection, FragmentIDCollection> collection() const {
+    return collection_.lock();
+  }
+  /// True if `collection` holds this identifier now, under its number.
   bool belongsTo(const FragmentIDCollection& collection) const;
 
  private:
@@ -42,6 +47,7 @@ class RECAST_API FragmentIDCollection : public Larder::ReferenceBase<FragmentIDC
   FragmentIDCollection();
 
   /// The identifier of that name, made with the next number if there is none.
+  /// \throw std::length_error beyond 2^32 - 1 identifiers
   Handle makeFragmentID(const std::string& name);
   Handle findFragmentID(std::uint32_t number) const;
   Handle findFragmentIDByName(const std::string& name) const;
@@ -56,13 +62,17 @@ class RECAST_API FragmentIDCollection : public Larder::ReferenceBase<FragmentIDC
   const std::string& latticePrefix() const { return latticePrefix_; }
 
   /// Makes the identifiers of a lattice of `counts` fragments, in place of all former ones: the one
-  /// at (x, y, z) is called `prefix` + "[xxyxz]" and has the number (z * Ny + y) * Nx + x.
+  /// at (x, y, z) is called `prefix` + "[xxyxz]" and has the number (z * Ny + y) * Nx + x. Fields
+  /// that share the collection must not hold data yet.
+  /// \throw std::length_error, and nothing changed, beyond 2^32 - 1 identifiers
   template <int N>
   void setFragmentNames(const MultiIndex<N>& counts, const std::string& prefix);
 
  private:
-  std::unordered_map<std::string, std::uint32_t> names_;
+  using Names = std::unordered_map<std::string_view, std::uint32_t>;
+
   Larder::StrongPtr<Identifiers> identifiers_;
+  Names names_;  // refers to the identifiers' own texts
   DynamicSize latticeSize_;
   std::string latticePrefix_;
 };
@@ -80,7 +90,7 @@ enum FragmentProperty {
 /// One index triple about a fragment, carried by its identifier.
 template <int N, int Property>
 class RECAST_API FragmentLocation : public Larder::Interface<FragmentLocation<N, Property>>,
-                         public MultiIndex<N> {
+                                    public MultiIndex<N> {
  public:
   /// The fragment's triple, to be read or written; made as (0, 0, 0) if there is none.
   static MultiIndex<N>& make(FragmentID& fragment) {

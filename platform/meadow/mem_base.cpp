@@ -47,15 +47,29 @@ MemBaseHandle MemBase::newArray(const std::string& typeName, const DynamicSize& 
   return allocator->create(size);
 }
 
-void MemBase::DeferredConstructor() { Larder::SaveRegistry<MemBase>::addInterfaces(*this); }
+void MemBase::DeferredConstructor() {
+  Larder::SaveRegistry<MemBase>::addInterfaces(*this);
+}
 
-const std::type_info& MemBase::DomainType() const { return typeid(Larder::Cacheable); }
-const std::type_info& MemBase::CreatorType() const { return typeid(CreativeArrayBase); }
-const double* MemBase::OriginPtr() const { return nullptr; }
-const double* MemBase::DeltaPtr() const { return nullptr; }
+const std::type_info& MemBase::DomainType() const {
+  return typeid(Larder::Cacheable);
+}
+const std::type_info& MemBase::CreatorType() const {
+  return typeid(CreativeArrayBase);
+}
+const double* MemBase::OriginPtr() const {
+  return nullptr;
+}
+const double* MemBase::DeltaPtr() const {
+  return nullptr;
+}
 
-MemBaseHandle MemBase::makeMemArray(const WeakCreator&) { return MemBaseHandle(this); }
-MemBaseHandle MemBase::getComponentArray(int, const WeakCreator&) { return nullptr; }
+MemBaseHandle MemBase::makeMemArray(const WeakCreator&) {
+  return MemBaseHandle(this);
+}
+MemBaseHandle MemBase::getComponentArray(int, const WeakCreator&) {
+  return nullptr;
+}
 MemBaseHandle MemBase::createSubArray(const DynamicSize&, const DynamicSize&, const WeakCreator&) {
   return nullptr;
 }
@@ -63,7 +77,11 @@ MemBaseHandle MemBase::createEquallySizedMemArray(const Larder::StrongPtr<Larder
                                                   const WeakCreator&) {
   return nullptr;
 }
-bool MemBase::copyFrom(const Larder::StrongPtr<Larder::ChunkBase>&) { return false; }
-MemBaseHandle MemBase::copy(const WeakCreator&) { return nullptr; }
+bool MemBase::copyFrom(const Larder::StrongPtr<Larder::ChunkBase>&) {
+  return false;
+}
+MemBaseHandle MemBase::copy(const WeakCreator&) {
+  return nullptr;
+}
 
 }  // namespace Quilt

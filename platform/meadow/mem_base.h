@@ -57,8 +57,8 @@ class RECAST_API MemBase : public Larder::Cacheable, public Larder::Intercube {
   /// Start of the memory; null for an array that is computed and not held.
   virtual const void* getPtr() const = 0;
   virtual Larder::StrongPtr<Larder::ChunkBase> getChunk() const = 0;
-  /// Element (0,...,0) and the steps along the axes of an array that is computed from them, as three
-  /// doubles each; null for every other.
+  /// Element (0,...,0) and the steps along the axes of an array that is computed from them, as
+  /// three doubles each; null for every other.
   virtual const double* OriginPtr() const;
   virtual const double* DeltaPtr() const;
   /// The array with memory of its own; one that has it already gives itself.

@@ -17,8 +17,8 @@ class RECAST_API MultiIndex : public MultiIndex<N - 1> {
   static_assert(N > 1);
   MultiIndex() = default;
   template <class... Numbers>
-    requires(sizeof...(Numbers) == N && (std::is_integral_v<Numbers> && ...))
-  explicit(false) MultiIndex(Numbers... numbers) {
+  requires(sizeof...(Numbers) == N && (std::is_integral_v<Numbers> && ...)) explicit(false)
+      MultiIndex(Numbers... numbers) {
     const std::uint64_t values[] = {static_cast<std::uint64_t>(numbers)...};
     for (std::size_t i = 0; i < N; ++i) (*this)[i] = values[i];
   }

@@ -10,12 +10,12 @@ namespace Quilt {
 
 /// The plain description of an element type.
 struct RECAST_API QuiltTypeIndex {
-  std::uint32_t Components = 1;    ///< components of one element
-  std::uint32_t ElementSize = 0;   ///< bytes of one element
+  std::uint32_t Components = 1;   ///< components of one element
+  std::uint32_t ElementSize = 0;  ///< bytes of one element
   std::uint32_t TensorRank = 0;
   std::uint32_t Grade = 0;
-  std::uint64_t ComponentSize = 0; ///< bytes of one component
-  std::string TypeName;            ///< `Larder::Typename` of the element type
+  std::uint64_t ComponentSize = 0;  ///< bytes of one component
+  std::string TypeName;             ///< `Larder::Typename` of the element type
   std::string ComponentTypeName;
   std::string ChartName;
   int ChartDimensions = 0;

@@ -3,8 +3,8 @@
 #include "recast/meadow/field.h"
 #include "recast/perch/bounding_box.h"
 
-/// The boxes of fragments and fields of points, in the unit of the data. A box that is known, from the
-/// file or from an earlier call, costs no reading of data.
+/// The boxes of fragments and fields of points, in the unit of the data. A box that is known, from
+/// the file or from an earlier call, costs no reading of data.
 namespace Quilt {
 
 using BoxHandle = Larder::StrongPtr<Heron::BoundingBox, Larder::InterfaceBase>;

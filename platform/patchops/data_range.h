@@ -22,10 +22,10 @@ class RECAST_API DataRange : public DataRangeBase {
 
 using DataRangeHandle = Larder::StrongPtr<DataRangeBase>;
 
-/// The value range of one fragment, as the `DataRange` of the field's element type. What is known from
-/// the file or from an earlier call costs no reading of data.
-/// \param recompute looks at the data even so. \param onlyKnown never reads data.
-/// \return null if there is no number, or the element type is compound.
+/// The value range of one fragment, as the `DataRange` of the field's element type. What is known
+/// from the file or from an earlier call costs no reading of data. \param recompute looks at the
+/// data even so. \param onlyKnown never reads data. \return null if there is no number, or the
+/// element type is compound.
 RECAST_API DataRangeHandle getRange(const Field& field,
                                     const Larder::StrongPtr<FragmentID>& fragment, bool recompute,
                                     bool onlyKnown);

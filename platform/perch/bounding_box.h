@@ -13,8 +13,8 @@ struct BoundingBall {
   double radius = 0.0;
 };
 
-/// A box along the axes with the ball around it, in the unit of the data. Can be attached to a field
-/// or to a fragment's creator. Empty until it is first expanded or set.
+/// A box along the axes with the ball around it, in the unit of the data. Can be attached to a
+/// field or to a fragment's creator. Empty until it is first expanded or set.
 class RECAST_API BoundingBox : public Larder::Interface<BoundingBox> {
  public:
   BoundingBox() = default;

@@ -4,7 +4,8 @@
 
 #include "recast/larder/chunk.h"
 
-/// Geometry: the compound element types and boxes.
+/// Geometry: the compound element types and boxes. Element types are exported, or else the compiler
+/// would hide every array of them from the library's users.
 namespace Heron {
 
 /// N values of T, side by side in memory. Value-initialised elements are zero.
@@ -17,8 +18,8 @@ struct RECAST_API FixedArray {
 
   FixedArray() = default;
   template <class... Values>
-    requires(sizeof...(Values) == N && N > 1)
-  FixedArray(Values... v) : values{static_cast<T>(v)...} {}
+  requires(sizeof...(Values) == N && N > 1) FixedArray(Values... v)
+      : values{static_cast<T>(v)...} {}
 
   T& operator[](std::size_t i) { return values[i]; }
   const T& operator[](std::size_t i) const { return values[i]; }
@@ -55,7 +56,7 @@ struct RECAST_API DomainVector : V {
 };
 
 /// The chart of x, y, z in three orthogonal directions of one unit.
-struct Cartesian3D {};
+struct RECAST_API Cartesian3D {};
 /// The chart of red, green and blue, each 0 to 255.
 struct RECAST_API RGB {};
 

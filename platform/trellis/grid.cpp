@@ -2,7 +2,9 @@
 
 namespace Quilt {
 
-Larder::StrongPtr<Skeleton> SkeletonMap::makeVertices(int n) { return (*this)[SkeletonID(n, 0)]; }
+Larder::StrongPtr<Skeleton> SkeletonMap::makeVertices(int n) {
+  return (*this)[SkeletonID(n, 0)];
+}
 
 Larder::StrongPtr<Skeleton> SkeletonMap::findVertices(int n) const {
   if (n >= 0) return getSkeleton(SkeletonID(n, 0));
@@ -24,7 +26,9 @@ Larder::StrongPtr<Skeleton> SkeletonMap::operator[](const SkeletonID& id) {
 
 Grid::Grid(const Larder::StrongPtr<Placement>& place) : SkeletonMap(place) {}
 
-const std::string& Grid::name() const { return place().GridName; }
+const std::string& Grid::name() const {
+  return place().GridName;
+}
 
 Larder::StrongPtr<Representation> Grid::makeCartesianRepresentation(int dimensions,
                                                                     const std::string& chartName,

@@ -76,8 +76,7 @@ bool Representation::setPositions(const Larder::StrongPtr<Field>& field) {
   return true;
 }
 
-void Representation::iterate(
-    const std::function<bool(const FieldID&, const Field&)>& visit) const {
+void Representation::iterate(const std::function<bool(const FieldID&, const Field&)>& visit) const {
   const std::vector<Entry> entries = entries_;  // a visitor may make fields
   for (const Entry& entry : entries)
     if (entry.field && !visit(*entry.id, *entry.field)) return;

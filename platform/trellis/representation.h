@@ -19,8 +19,8 @@ class RECAST_API FieldIterator {
                      const Larder::StrongPtr<Field>& field) = 0;
 };
 
-/// The fields of a skeleton as seen in one chart, or relative to another skeleton. Keeps them in the
-/// order in which they were made. Not synchronised.
+/// The fields of a skeleton as seen in one chart, or relative to another skeleton. Keeps them in
+/// the order in which they were made. Not synchronised.
 class RECAST_API Representation : public Larder::ReferenceBase<Representation>,
                                   public Larder::Attributes,
                                   public Larder::Ageable {
@@ -48,7 +48,9 @@ class RECAST_API Representation : public Larder::ReferenceBase<Representation>,
   Larder::StrongPtr<Field> findField(const Larder::StrongPtr<FieldID>& id) const;
   /// The field of that name, or the null field.
   Larder::StrongPtr<Field> findField(const std::string& name) const;
-  Larder::StrongPtr<Field> findField(const char* name) const { return findField(std::string(name)); }
+  Larder::StrongPtr<Field> findField(const char* name) const {
+    return findField(std::string(name));
+  }
   /// The field of that name, made if missing; can be assigned a field.
   FieldProxy operator[](const std::string& name);
   /// The field "Positions", or the null field.

@@ -42,6 +42,8 @@ std::string Skeleton::representationName(const Chart& chart) {
   return chart.name().empty() ? "Cartesian" : "Cartesian:" + chart.name();
 }
 
-std::string Skeleton::representationName(const Skeleton& base) { return base.id().name(); }
+std::string Skeleton::representationName(const Skeleton& base) {
+  return base.id().name();
+}
 
 }  // namespace Quilt

@@ -55,8 +55,8 @@ class RECAST_API Skeleton : public Larder::ReferenceBase<Skeleton>,
   /// The representation of that name, made if missing.
   Larder::StrongPtr<Representation> makeRepresentation(const std::string& name);
 
-  /// The names that representations have in a skeleton: "Cartesian", or "Cartesian:" and the chart's
-  /// name if that isn't empty; the name of the skeleton's identifier.
+  /// The names that representations have in a skeleton: "Cartesian", or "Cartesian:" and the
+  /// chart's name if that isn't empty; the name of the skeleton's identifier.
   static std::string representationName(const Chart& chart);
   static std::string representationName(const Skeleton& base);
 

@@ -22,9 +22,10 @@ Larder::StrongPtr<RegularGrid3D> UniformGrid3D::create(const Larder::StrongPtr<G
 
 const std::string TriangularSurface::NormalVectorFieldName = "Normals";
 
-Larder::StrongPtr<TriangularSurface> TriangularSurface::create(
-    const Larder::StrongPtr<Grid>& grid, const MemBaseHandle& vertices,
-    const MemBaseHandle& triangles, bool, bool) {
+Larder::StrongPtr<TriangularSurface> TriangularSurface::create(const Larder::StrongPtr<Grid>& grid,
+                                                               const MemBaseHandle& vertices,
+                                                               const MemBaseHandle& triangles, bool,
+                                                               bool) {
   setPositions(*grid->makeCartesianRepresentation(2, "", 0), vertices);
   setPositions(*(*(*grid)[SkeletonID(2, 1)])[*grid->makeVertices(2)], triangles);
   return Larder::makeStrong<TriangularSurface>(grid);

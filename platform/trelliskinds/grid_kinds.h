@@ -15,9 +15,8 @@ class RECAST_API RegularGrid3D : public TypedGrid {
 class RECAST_API UniformGrid3D : public RegularGrid3D {
  public:
   /// Gives `grid` the vertices of a uniform grid from `lower` to `upper`, both vertices themselves:
-  /// skeleton (3, 0), its Cartesian representation and computed positions. A grid that has positions
-  /// keeps them.
-  /// \param dimensions vertices along x, y and z.
+  /// skeleton (3, 0), its Cartesian representation and computed positions. A grid that has
+  /// positions keeps them. \param dimensions vertices along x, y and z.
   static Larder::StrongPtr<RegularGrid3D> create(const Larder::StrongPtr<Grid>& grid,
                                                  const Heron::PhysicalSpace::point& lower,
                                                  const MultiIndex<3>& dimensions,

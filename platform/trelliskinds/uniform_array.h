@@ -25,17 +25,17 @@ template <class Point, class Vector, int N>
 class RECAST_API LinearDirectProductMemArray
     : public DirectProductMemArray<Point, LinearCoordinateAxisArray, N> {};
 
-/// The vertices of a uniform Cartesian grid as an array of points that is computed from a corner and
-/// a spacing: element (i, j, k) is origin + (i, j, k) * spacing, axis by axis. Index order x, y, z;
-/// lengths in the unit of the data.
+/// The vertices of a uniform Cartesian grid as an array of points that is computed from a corner
+/// and a spacing: element (i, j, k) is origin + (i, j, k) * spacing, axis by axis. Index order x,
+/// y, z; lengths in the unit of the data.
 class RECAST_API UniformCartesianArray final
-    : public LinearDirectProductMemArray<Heron::PhysicalSpace::point,
-                                         Heron::PhysicalSpace::vector, 3> {
+    : public LinearDirectProductMemArray<Heron::PhysicalSpace::point, Heron::PhysicalSpace::vector,
+                                         3> {
  public:
   UniformCartesianArray(const MultiIndex<3>& size, const Heron::PhysicalSpace::point& origin,
                         const Heron::PhysicalSpace::vector& spacing);
-  /// The array over a box whose corners are the first and the last vertex; an axis of one vertex has
-  /// a spacing of 0.
+  /// The array over a box whose corners are the first and the last vertex; an axis of one vertex
+  /// has a spacing of 0.
   static Larder::StrongPtr<UniformCartesianArray, Larder::Cacheable> overBox(
       const Heron::PhysicalSpace::point& lower, const MultiIndex<3>& size,
       const Heron::PhysicalSpace::point& upper);

@@ -41,6 +41,7 @@ class StoredArray : public StoredFragment {
       : place_(place), link_(std::move(link)), data_(data) {}
 
   MemBaseHandle read() override;
+  DynamicSize size() const override { return data_.size(); }
   const DataPlace& data() const { return data_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+/// The subcommands. Each adds itself to the program and notes its exit code when it runs.
+namespace RecastHost {
+
+/// The exit code of the command that ran; 0 is success.
+struct Outcome {
+  int code = 0;
+};
+
+void addRasterCommand(CLI::App& program, Outcome& outcome);
+void addInfoCommand(CLI::App& program, Outcome& outcome);
+
+}  // namespace RecastHost

@@ -1,0 +1,36 @@
+#include "status_text.h"
+
+namespace RecastHost {
+
+std::string rasterStatusText(int status) {
+  switch (status) {
+    case 1:
+      return "the file can't be opened";
+    case 3:
+      return "a value of the header is no number, or out of range";
+    case 4:
+      return "the file ends inside the header";
+    case 5:
+      return "\"ncols\" or \"nrows\" is missing";
+    case 6:
+      return "the x or the y of the lower-left cell is missing";
+    case 7:
+      return "\"cellsize\" is missing";
+    case 8:
+      return "it can't be written; is its folder there, and may you write to it?";
+    case 9:
+      return "there is not enough memory for the raster";
+    case 10:
+      return "a data line holds fewer numbers than \"ncols\" says";
+    case 11:
+      return "a data line holds something that is no number";
+    case 12:
+      return "the field \"Positions\" isn't available";
+    case 13:
+      return "the field of normals isn't available";
+    default:
+      return "status " + std::to_string(status);
+  }
+}
+
+}  // namespace RecastHost
