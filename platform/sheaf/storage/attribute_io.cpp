@@ -167,14 +167,10 @@ std::string plainTypeOf(const OpenAttribute& attribute) {
   if (H5Tget_sign(attribute.type) != H5T_SGN_NONE)
     return size <= 4 || fitsInt(attribute) ? "int" : "double";
   switch (size) {
-    case 1:
-      return "unsigned char";
-    case 2:
-      return "unsigned short";
-    case 4:
-      return "unsigned int";
-    default:
-      return "unsigned long long";
+    case 1: return "unsigned char";
+    case 2: return "unsigned short";
+    case 4: return "unsigned int";
+    default: return "unsigned long long";
   }
 }
 

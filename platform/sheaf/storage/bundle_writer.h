@@ -72,7 +72,7 @@ class BundleWriter : public FragmentSink {
   Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
   /// The file for a field, and its path in there. \pre `mutex_` is held.
   const OutputFile& fileFor(const Placement& place, LinkPath& path);
-  bool staysWhereItLies(const LinkPath& path, std::string& externalFile, LinkPath& inside) const;
+  bool staysWhereItLies(const LinkPath& path, std::string& externalFile, LinkPath& inside);
   const OutputFile& externalOutput(const std::string& target);
   void linkExternal(const OutputFile& external, const std::string& reference, const LinkPath& path,
                     const LinkPath& inside);
