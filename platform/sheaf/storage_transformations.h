@@ -29,6 +29,8 @@ class RECAST_API StorageTransformations : public Larder::Interface<StorageTransf
   /// Read by `WriteAsSinglePrecision` and `EnableNumericalShift` of derived rules.
   bool singlePrecision = false;
   bool numericalShift = false;
+  /// Threads that filter; 0 for as many as the machine has.
+  unsigned workers = 0;
 
   /// True keeps all data of the field out of the file.
   virtual bool SkipStorage(const std::string& fieldName) const;

@@ -10,7 +10,11 @@
 namespace Quilt::Storage {
 namespace {
 
-std::size_t workers() { return std::max(1U, std::thread::hardware_concurrency()); }
+std::size_t workersFor(const StorageTransformations& storage) {
+  constexpr unsigned kMost = 256;
+  if (storage.workers > 0) return std::min(storage.workers, kMost);
+  return std::max(1U, std::thread::hardware_concurrency());
+}
 
 LinkPath pathOf(const Placement& place) {
   return {timeName(place.Time), escapedName(place.GridName), escapedName(place.Skeleton.name()),
@@ -24,7 +28,7 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
     : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
       tellCreators_(tellCreators),
       existing_(existing),
-      pool_(workers()) {
+      pool_(workersFor(*storage_)) {
   main_.partial = std::make_unique<PartialFile>(target, existing);
   main_.file = Larder::makeStrong<Q8File>(
       main_.partial->path(), target, existing ? Q8File::Mode::Change : Q8File::Mode::Create);
