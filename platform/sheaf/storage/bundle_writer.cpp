@@ -16,6 +16,12 @@ std::size_t workersFor(const StorageTransformations& storage) {
   return std::max(1U, std::thread::hardware_concurrency());
 }
 
+void makeFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  if (!folder.empty()) std::filesystem::create_directories(folder, error);
+  if (error) throw StorageError(folder.string(), "make the folder", error.message());
+}
+
 LinkPath pathOf(const Placement& place) {
   return {timeName(place.Time), escapedName(place.GridName), escapedName(place.Skeleton.name()),
           escapedName(place.RepresentationName), escapedName(place.FieldName)};
@@ -137,14 +143,7 @@ BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place,
   std::filesystem::path target(name);
   if (target.is_relative())
     target = std::filesystem::path(main_.partial->target()).parent_path() / target;
-  OutputFile& output = external_[target.string()];
-  if (!output.file) {
-    const bool changed = existing_ && std::filesystem::exists(target);
-    output.partial = std::make_unique<PartialFile>(target.string(), changed);
-    output.file =
-        Larder::makeStrong<Q8File>(output.partial->path(), target.string(),
-                                   changed ? Q8File::Mode::Change : Q8File::Mode::Create);
-  }
+  OutputFile& output = externalFile(target);
   const LinkPath mainPath = path;
   if (!inside.empty()) {
     path = splitPath(storage_->getExternalLocationPrefix() + inside);
@@ -154,6 +153,18 @@ BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place,
                storage_->getExternalFileReference(main_.partial->target(), target.string()),
                mainPath, path);
   return output;
+}
+
+BundleWriter::OutputFile& BundleWriter::externalFile(const std::filesystem::path& target) {
+  const auto present = external_.find(target.string());
+  if (present != external_.end()) return present->second;
+  makeFolder(target.parent_path());
+  const bool changed = existing_ && std::filesystem::exists(target);
+  OutputFile output;
+  output.partial = std::make_unique<PartialFile>(target.string(), changed);
+  output.file = Larder::makeStrong<Q8File>(output.partial->path(), target.string(),
+                                           changed ? Q8File::Mode::Change : Q8File::Mode::Create);
+  return external_.emplace(target.string(), std::move(output)).first->second;
 }
 
 void BundleWriter::linkExternal(const OutputFile& external, const std::string& reference,

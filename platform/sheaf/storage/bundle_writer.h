@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -69,6 +70,8 @@ class BundleWriter : public FragmentSink {
   void claimTime(double time);
   /// The file for a field, and its path in there. \pre `mutex_` is held.
   OutputFile& fileFor(const Placement& place, LinkPath& path);
+  /// The external file of that name, made at its first use. \pre `mutex_` is held.
+  OutputFile& externalFile(const std::filesystem::path& target);
   void linkExternal(const OutputFile& external, const std::string& reference,
                     const LinkPath& path, const LinkPath& inside);
   void enqueue(Job job);
