@@ -108,11 +108,14 @@ FieldStore& BundleWriter::storeOf(const Placement& place, const Field& field) {
   const std::lock_guard lock(mutex_);
   claimTime(place.Time);
   LinkPath path = pathOf(place);
-  auto& store = stores_[joined(path)];
-  if (!store) {
+  const auto present = stores_.find(joined(path));
+  if (present == stores_.end()) {
+    const std::string key = joined(path);
     OutputFile& output = fileFor(place, path);
-    store = std::make_unique<FieldStore>(output.file, path, typeName);
-  } else if (store->typeName().empty() && !typeName.empty()) {
+    return *(stores_[key] = std::make_unique<FieldStore>(output.file, path, typeName));
+  }
+  auto& store = present->second;
+  if (store->typeName().empty() && !typeName.empty()) {
     // The first data came after the field was first looked at.
     store = std::make_unique<FieldStore>(store->file(), splitPath(store->groupPath()), typeName);
   }
