@@ -1,6 +1,7 @@
 #include "recast/larder/console.h"
 #include "recast/sheaf/bundle.h"
 #include "recast/sheaf/storage/bundle_writer.h"
+#include "recast/sheaf/storage/structure_loader.h"
 #include "recast/sheaf/storage/structure_reader.h"
 
 // How a bundle meets its file.
@@ -16,7 +17,7 @@ void reportMessage(const ProgressHandle& progress, const std::string& text) {
 }
 
 void readStructure(const Storage::FileHandle& file, Bundle& bundle) {
-  Storage::StructureReader(file, bundle).read();
+  Storage::StructureLoader(file, bundle).load(Storage::StructureReader(*file).read());
 }
 
 }  // namespace
@@ -79,8 +80,6 @@ Larder::StrongPtr<Bundle> Bundle::load(
   try {
     const auto file = Larder::makeStrong<Storage::Q8File>(name, name, Storage::Q8File::Mode::Read);
     const auto bundle = into && parameters->merge() ? into : Larder::makeStrong<Bundle>();
-    // A bundle that holds something must not end with a part of a damaged file.
-    if (bundle == into) readStructure(file, *Larder::makeStrong<Bundle>());
     readStructure(file, *bundle);
     ok = true;
     return bundle;

@@ -54,6 +54,15 @@ void makeSingle(ArrayImage& image, std::size_t components, bool shift) {
 
 }  // namespace
 
+bool hasAllElements(const MemBase& array) {
+  const HyperslabParameters lie = array.getHyperslabParameters();
+  std::uint64_t elements = 0;
+  std::uint64_t last = 0;
+  if (!array.getSize().product(1, elements)) return false;
+  return elements == 0 ||
+         (!__builtin_mul_overflow(lie.first + elements - 1, lie.stride, &last) && last < lie.count);
+}
+
 ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules) {
   ArrayImage image;
   image.array = array;

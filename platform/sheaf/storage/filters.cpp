@@ -1,17 +1,17 @@
 #include "recast/sheaf/storage/filters.h"
 
-#include <libdeflate.h>
-
 #include <cstring>
 #include <map>
 #include <memory>
 #include <new>
 
+#include <libdeflate.h>
+
 namespace Quilt::Storage {
 namespace {
 
-// With the size known to the compiler the loops over an element's bytes unroll, and the loop over the
-// elements vectorises.
+// With the size known to the compiler the loops over an element's bytes unroll, and the loop over
+// the elements vectorises.
 template <std::size_t Size>
 void shuffleFixed(const std::byte* source, std::size_t count, std::byte* target) {
   for (std::size_t i = 0; i < count; ++i)
@@ -43,10 +43,18 @@ struct Compressors {
 void shuffle(std::span<const std::byte> source, std::size_t elementSize, std::byte* target) {
   const std::size_t count = source.size() / elementSize;
   switch (elementSize) {
-    case 1: std::memcpy(target, source.data(), source.size()); return;
-    case 2: shuffleFixed<2>(source.data(), count, target); return;
-    case 4: shuffleFixed<4>(source.data(), count, target); return;
-    case 8: shuffleFixed<8>(source.data(), count, target); return;
+    case 1:
+      std::memcpy(target, source.data(), source.size());
+      return;
+    case 2:
+      shuffleFixed<2>(source.data(), count, target);
+      return;
+    case 4:
+      shuffleFixed<4>(source.data(), count, target);
+      return;
+    case 8:
+      shuffleFixed<8>(source.data(), count, target);
+      return;
     default:
       for (std::size_t i = 0; i < count; ++i)
         for (std::size_t b = 0; b < elementSize; ++b)
@@ -57,10 +65,18 @@ void shuffle(std::span<const std::byte> source, std::size_t elementSize, std::by
 void unshuffle(std::span<const std::byte> source, std::size_t elementSize, std::byte* target) {
   const std::size_t count = source.size() / elementSize;
   switch (elementSize) {
-    case 1: std::memcpy(target, source.data(), source.size()); return;
-    case 2: unshuffleFixed<2>(source.data(), count, target); return;
-    case 4: unshuffleFixed<4>(source.data(), count, target); return;
-    case 8: unshuffleFixed<8>(source.data(), count, target); return;
+    case 1:
+      std::memcpy(target, source.data(), source.size());
+      return;
+    case 2:
+      unshuffleFixed<2>(source.data(), count, target);
+      return;
+    case 4:
+      unshuffleFixed<4>(source.data(), count, target);
+      return;
+    case 8:
+      unshuffleFixed<8>(source.data(), count, target);
+      return;
     default:
       for (std::size_t i = 0; i < count; ++i)
         for (std::size_t b = 0; b < elementSize; ++b)
@@ -85,8 +101,8 @@ bool inflate(std::span<const std::byte> source, std::span<std::byte> target) {
   thread_local std::unique_ptr<libdeflate_decompressor, Release> decompressor(
       libdeflate_alloc_decompressor());
   if (!decompressor) throw std::bad_alloc();
-  return libdeflate_zlib_decompress(decompressor.get(), source.data(), source.size(),
-                                    target.data(), target.size(), nullptr) == LIBDEFLATE_SUCCESS;
+  return libdeflate_zlib_decompress(decompressor.get(), source.data(), source.size(), target.data(),
+                                    target.size(), nullptr) == LIBDEFLATE_SUCCESS;
 }
 
 }  // namespace Quilt::Storage

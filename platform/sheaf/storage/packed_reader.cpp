@@ -1,0 +1,96 @@
+#include "recast/sheaf/storage/packed_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "recast/sheaf/storage/chunk_reader.h"
+#include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/groups.h"
+
+namespace Quilt::Storage {
+namespace {
+
+/// Bytes of a piece of a dataset that isn't chunked.
+constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
+
+}  // namespace
+
+void PackedReader::requireElements(std::uint64_t first, std::uint64_t elements) {
+  const std::lock_guard guard(mutex_);
+  const Hdf5Lock lock(file_->state());
+  // The file closes its datasets when it is put in place.
+  const bool open = dataset_.valid() && H5Iis_valid(dataset_) > 0;
+  if (!open || first + elements > shape_.axes[0]) refresh();
+  if (first > shape_.axes[0] || elements > shape_.axes[0] - first)
+    throw StorageError(file_->state().shownName, "read " + path_,
+                       "the table and the data don't agree");
+}
+
+void PackedReader::refresh() {
+  dataset_ = openDataset(file_->id(), path_);
+  shape_ = numbersShapeOf(*file_, dataset_, path_);
+  const std::size_t rank = layout_.components > 1 ? 2 : 1;
+  if (shape_.axes.size() == rank && (rank == 1 || shape_.axes[1] == layout_.components)) return;
+  dataset_ = Id();
+  throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+}
+
+void PackedReader::read(std::uint64_t first, std::uint64_t elements, std::byte* target) {
+  const std::lock_guard guard(mutex_);
+  const std::size_t elementBytes = layout_.componentSize * layout_.components;
+  const std::uint64_t perPiece = shape_.chunk.empty()
+                                     ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
+                                     : shape_.chunk[0];
+  while (elements > 0) {
+    if (first < chunkFirst_ || first >= chunkEnd_) loadChunk(first / perPiece * perPiece, perPiece);
+    const std::uint64_t taken = std::min(elements, chunkEnd_ - first);
+    std::memcpy(target, chunk_.data() + (first - chunkFirst_) * elementBytes, taken * elementBytes);
+    target += taken * elementBytes;
+    first += taken;
+    elements -= taken;
+  }
+}
+
+void PackedReader::loadChunk(std::uint64_t first, std::uint64_t elements) {
+  chunkFirst_ = chunkEnd_ = 0;
+  // What stands behind the end is not kept: it may be written later.
+  const std::uint64_t end = std::min(first + elements, std::uint64_t{shape_.axes[0]});
+  std::vector<hsize_t> start = {first};
+  std::vector<hsize_t> size = {end - first};
+  if (layout_.components > 1) {
+    start.push_back(0);
+    size.push_back(layout_.components);
+  }
+  const std::size_t numbers = (end - first) * layout_.components;
+  chunk_.resize(numbers * layout_.componentSize);
+  if (!readFiltered(start, numbers, elements)) {
+    const Hdf5Lock lock(file_->state());
+    readBox(dataset_, start, size, layout_.memoryType, chunk_.data());
+  }
+  chunkFirst_ = first;
+  chunkEnd_ = end;
+}
+
+/// \return false if HDF5 must read the chunk.
+bool PackedReader::readFiltered(const std::vector<hsize_t>& start, std::size_t numbers,
+                                std::uint64_t chunkElements) {
+  const bool wholeRows = layout_.components == 1 ||
+                         (shape_.chunk.size() == 2 && shape_.chunk[1] == layout_.components);
+  if (!shape_.shuffleDeflate || !wholeRows) return false;
+  NumberForm form = NumberForm::Other;
+  {
+    const Hdf5Lock lock(file_->state());
+    form = formOf(dataset_, layout_.memoryType);
+  }
+  if (form == NumberForm::Other) return false;
+  std::vector<std::byte> stored(chunkElements * layout_.components * shape_.numberSize);
+  ChunkReader reader(*file_, dataset_, shape_.numberSize, stored.size());
+  if (!reader.read(start, stored)) return false;
+  if (form == NumberForm::Widened)
+    widen(stored.data(), numbers, chunk_.data());
+  else
+    std::memcpy(chunk_.data(), stored.data(), chunk_.size());
+  return true;
+}
+
+}  // namespace Quilt::Storage
