@@ -90,7 +90,8 @@ class RECAST_API FieldProxy {
 
   operator Larder::StrongPtr<Field>() const { return field(); }
   Larder::StrongPtr<Field> field() const { return representation_->findField(id_); }
-  /// Puts `field` in the place of the former field of this name. A null handle does nothing.
+  /// Puts `field` in the place of the former field of this name. A null handle does nothing, nor
+  /// does the field that is there already.
   FieldProxy& operator=(const Larder::StrongPtr<Field>& field);
   /// Assigns the field that `other` stands for.
   FieldProxy& operator=(const FieldProxy& other) { return *this = other.field(); }
