@@ -45,13 +45,14 @@ class LinePlan {
   template <class C>
   static constexpr Target kindOf();
 
-  static bool skip(Larder::Text::TokenWalk& walk, std::uint64_t tokens) {
+  [[gnu::always_inline]] static bool skip(Larder::Text::TokenWalk& walk, std::uint64_t tokens) {
     for (; tokens > 0; --tokens)
       if (!walk.skip()) return false;
     return true;
   }
 
-  static bool store(Larder::Text::TokenWalk& walk, const Step& step, std::size_t element) {
+  [[gnu::always_inline]] static bool store(Larder::Text::TokenWalk& walk, const Step& step,
+                                           std::size_t element) {
     char* const target = step.target + element * step.stride;
     switch (step.kind) {
       case Target::kDouble: return storeAs<double>(walk, target);
@@ -65,7 +66,7 @@ class LinePlan {
   }
 
   template <class C>
-  static bool storeAs(Larder::Text::TokenWalk& walk, char* target) {
+  [[gnu::always_inline]] static bool storeAs(Larder::Text::TokenWalk& walk, char* target) {
     Larder::Text::Number<NumberFor<C>> number;
     if (!walk.next(number) || !number.converted()) return false;
     const C component = static_cast<C>(number.value);
