@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
   program.require_subcommand(1);
   RecastHost::Outcome outcome;
   RecastHost::addRasterCommand(program, outcome);
+  RecastHost::addTerrainCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)

@@ -4,7 +4,8 @@
 
 namespace RecastHost {
 
-/// What a status of the raster and terrain functions means, as the end of a sentence.
+/// What a status means, as the end of a sentence: of the raster converter, of the terrain import.
 std::string rasterStatusText(int status);
+std::string terrainStatusText(int status);
 
 }  // namespace RecastHost

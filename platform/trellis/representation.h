@@ -92,6 +92,9 @@ class RECAST_API FieldProxy {
   Larder::StrongPtr<Field> field() const { return representation_->findField(id_); }
   /// Puts `field` in the place of the former field of this name. A null handle does nothing.
   FieldProxy& operator=(const Larder::StrongPtr<Field>& field);
+  /// Assigns the field that `other` stands for.
+  FieldProxy& operator=(const FieldProxy& other) { return *this = other.field(); }
+  FieldProxy(const FieldProxy&) = default;
 
  private:
   Larder::StrongPtr<Representation> representation_;
