@@ -12,6 +12,7 @@ struct Outcome {
 
 void addRasterCommand(CLI::App& program, Outcome& outcome);
 void addTerrainCommand(CLI::App& program, Outcome& outcome);
+void addColumnsCommand(CLI::App& program, Outcome& outcome);
 void addInfoCommand(CLI::App& program, Outcome& outcome);
 
 }  // namespace RecastHost

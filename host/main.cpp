@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   RecastHost::Outcome outcome;
   RecastHost::addRasterCommand(program, outcome);
   RecastHost::addTerrainCommand(program, outcome);
+  RecastHost::addColumnsCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)
