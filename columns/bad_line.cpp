@@ -40,8 +40,8 @@ class FaultFinder {
   }
 
   BadLine tooFewTokens(std::uint64_t wanted) const {
-    return {kTooFewTokens, "has " + std::to_string(tokens_) + " columns, and " +
-                               std::to_string(wanted) + " are needed"};
+    return {kTooFewTokens, "has only " + std::to_string(tokens_) + " of the " +
+                               std::to_string(wanted) + " columns that are needed"};
   }
 
  private:

@@ -79,15 +79,15 @@ class RECAST_API ColumnAsciiToPointCloudQ8 {
   /// and the number of the block. A point column whose name contains "positions" becomes
   /// "Positions".
   ///
-  /// \param outFile the new `.q8` file; an existing one is replaced when the run ends.
-  /// \param compression below 0 stores doubles plainly; from 0 (fast) to 12 (small) stores
-  /// positions as floats with a shift, compressed; above 12 counts as 12. \param epsg the code of
-  /// the coordinate system, the grid's attribute "EPSG". \param progress asked before every
-  /// thousandth or so of the lines; ends the run by returning false. Is told in a message which
-  /// file and line ended the run, and why. May be null. \param manipulate may be empty. \return a
-  /// ColumnStatus; those other than 0 end the run, and the lines of the running block are dropped.
-  /// What was saved before is in the file. \throw Quilt::StorageError if writing fails;
-  /// std::bad_alloc; what `manipulate` throws.
+  /// \param files must be valid. \param outFile the new `.q8` file; an existing one is replaced
+  /// when the run ends. \param compression below 0 stores doubles plainly; from 0 (fast) to 12
+  /// (small) stores positions as floats with a shift, compressed; above 12 counts as 12. \param
+  /// epsg the code of the coordinate system, the grid's attribute "EPSG". \param progress asked
+  /// before every thousandth or so of the lines; ends the run by returning false. Is told in a
+  /// message which file and line ended the run, and why. May be null. \param manipulate may be
+  /// empty. \return a ColumnStatus; those other than 0 end the run, and the lines of the running
+  /// block are dropped. What was saved before is in the file. \throw Quilt::StorageError if writing
+  /// fails; std::bad_alloc; what `manipulate` throws.
   int convertASCIIToQ8(
       const Larder::StrongPtr<Larder::StringList, Larder::StringList>& files,
       const std::string& outFile, const int& compression, const int& epsg,

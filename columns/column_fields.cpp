@@ -31,7 +31,7 @@ bool saveColumnFragment(Larder::StrongPtr<Larder::Chunk<T>, Larder::ChunkBase>& 
                         unsigned int fragmentNumber, std::string& fileName,
                         const ManipulateArray& manipulate) {
   const Larder::StrongPtr<Quilt::Field> field = representation[name];
-  if (!field) return false;
+  if (!field || !chunk) return false;
   const auto fragment = field->makeFragmentID(Larder::StringUtil::basename(fileName) + "_" +
                                               std::to_string(fragmentNumber));
   const Quilt::MemBaseHandle array(

@@ -14,6 +14,8 @@ int main(int argc, char** argv) {
   RecastHost::addImportCityJsonCommand(program, outcome);
   RecastHost::addLodCommands(program, outcome);
   RecastHost::addExportObjCommand(program, outcome);
+  RecastHost::addColumnsCommand(program, outcome);
+  RecastHost::addRefragmentCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)

@@ -35,4 +35,16 @@ std::string terrainStatusText(int status) {
   }
 }
 
+std::string columnStatusText(int status) {
+  switch (status) {
+    case 1: return "an input file can't be opened";
+    case 3: return "ten million lines can't be saved";
+    case 4: return "a value doesn't convert to the type of its column";
+    case 5: return "it can't be written; is its folder there, and may you write to it?";
+    case 6: return "a line has too few columns";
+    case 7: return "the run was stopped";
+    default: return "status " + std::to_string(status);
+  }
+}
+
 }  // namespace RecastHost
