@@ -42,6 +42,10 @@ void Id::close(hid_t id) noexcept {
   H5Idec_ref(id);
 }
 
+std::string lockedFileName() {
+  return currentFile != nullptr ? currentFile->shownName : std::string();
+}
+
 void fail(const std::string& operation) {
   std::string reason;
   int systemError = lastSystemError();
@@ -52,8 +56,7 @@ void fail(const std::string& operation) {
     H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, firstMessage, &reason);
   if (reason.empty()) reason = "refused by the file format library";
   H5Eclear2(H5E_DEFAULT);
-  throw StorageError(currentFile != nullptr ? currentFile->shownName : std::string(), operation,
-                     reason);
+  throw StorageError(lockedFileName(), operation, reason);
 }
 
 }  // namespace Quilt::Storage

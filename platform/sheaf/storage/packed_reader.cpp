@@ -27,12 +27,14 @@ void PackedReader::requireElements(std::uint64_t first, std::uint64_t elements) 
 }
 
 void PackedReader::refresh() {
-  dataset_ = openDataset(file_->id(), path_);
-  shape_ = numbersShapeOf(*file_, dataset_, path_);
+  dataset_ = Id();  // a failure leaves the reader as it was at first
+  Id dataset = openDataset(file_->id(), path_);
+  DatasetShape shape = numbersShapeOf(*file_, dataset, path_);
   const std::size_t rank = layout_.components > 1 ? 2 : 1;
-  if (shape_.axes.size() == rank && (rank == 1 || shape_.axes[1] == layout_.components)) return;
-  dataset_ = Id();
-  throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+  if (shape.axes.size() != rank || (rank == 2 && shape.axes[1] != layout_.components))
+    throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+  dataset_ = std::move(dataset);
+  shape_ = std::move(shape);
 }
 
 void PackedReader::read(std::uint64_t first, std::uint64_t elements, std::byte* target) {
