@@ -1,7 +1,6 @@
-#include <algorithm>
-
 #include "recast/buildings/building_files.h"
 #include "recast/buildings/building_surfaces.h"
+#include "recast/buildings/ring_corners.h"
 #include "recast/buildings/surface_lists.h"
 #include "recast/buildings/triangulation/triangulator.h"
 #include "recast/grid_lookups/checks.h"
@@ -11,7 +10,6 @@ namespace Recast {
 namespace {
 
 using Heron::PhysicalSpace;
-using IndexList = std::vector<unsigned int>;
 
 /// The fields of building footprints; found as `convertLOD1toTIN` tells.
 struct FootprintFields {
@@ -70,13 +68,6 @@ struct Footprints {
   }
 };
 
-double squaredDistance(const PhysicalSpace::point& a, const PhysicalSpace::point& b) {
-  const double dx = b.x() - a.x();
-  const double dy = b.y() - a.y();
-  const double dz = b.z() - a.z();
-  return dx * dx + dy * dy + dz * dz;
-}
-
 /// Extrudes rings into a surface; keeps its working memory from ring to ring.
 class Extruder {
  public:
@@ -86,12 +77,11 @@ class Extruder {
   /// \param ground z of the footprint. \param roof z of the roof.
   void extrude(const std::vector<PhysicalSpace::point>& vertices, const IndexList& ring,
                double ground, double roof) {
-    constexpr double kSquaredNearness = 0.01;
     const unsigned int first = surface_.vertices();
     footprint_.clear();
     for (std::size_t i = 0; i + 1 < ring.size(); ++i) {
       const auto& corner = vertices[ring[i]];
-      if (!(squaredDistance(corner, vertices[ring[i + 1]]) > kSquaredNearness)) continue;
+      if (!areApart(corner, vertices[ring[i + 1]])) continue;
       addPost(corner, ground, roof);
       footprint_.emplace_back(corner.x(), corner.y(), ground);
     }
@@ -128,11 +118,6 @@ class Extruder {
   std::vector<PhysicalSpace::point> footprint_;
   std::vector<Quilt::Triangle> roof_;
 };
-
-bool allBelow(const IndexList& numbers, std::size_t count) {
-  return std::all_of(numbers.begin(), numbers.end(),
-                     [count](unsigned int number) { return number < count; });
-}
 
 void extrudeShape(const Footprints& data, std::size_t shape, const std::string& fragment,
                   const BuildingProgress& progress, Extruder& extruder) {

@@ -1,10 +1,10 @@
 #include "recast/buildings/shell_triangulation.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "recast/buildings/building_files.h"
 #include "recast/buildings/face_projection.h"
+#include "recast/buildings/ring_corners.h"
 #include "recast/buildings/triangulation/triangulator.h"
 #include "recast/grid_lookups/checks.h"
 #include "recast/larder/console.h"
@@ -13,15 +13,6 @@ namespace Recast {
 namespace {
 
 using Heron::PhysicalSpace;
-using IndexList = std::vector<unsigned int>;
-
-bool areApart(const PhysicalSpace::point& a, const PhysicalSpace::point& b) {
-  constexpr double kSquaredNearness = 0.01;
-  const double dx = b.x() - a.x();
-  const double dy = b.y() - a.y();
-  const double dz = b.z() - a.z();
-  return dx * dx + dy * dy + dz * dz > kSquaredNearness;
-}
 
 /// Cuts faces into triangles; keeps its working memory from face to face.
 class FaceCutter {
@@ -78,8 +69,7 @@ void addFaces(const Shells& shells, const BuildingProgress& progress, FaceCutter
         !progress->reportProgress("Read line nr.:", static_cast<int>(k), static_cast<int>(count)))
       return;
     const IndexList& ring = (*shells.faces)[k];
-    const auto isThere = [&](unsigned int vertex) { return vertex < shells.vertices->size(); };
-    if (!std::all_of(ring.begin(), ring.end(), isThere)) {
+    if (!allBelow(ring, shells.vertices->size())) {
       tellOfBadNumber(shells.name, "line");
       continue;
     }

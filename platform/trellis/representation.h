@@ -55,7 +55,8 @@ class RECAST_API Representation : public Larder::ReferenceBase<Representation>,
   FieldProxy operator[](const std::string& name);
   /// The field "Positions", or the null field.
   Larder::StrongPtr<Field> Positions() const { return findField(kPositions); }
-  /// The fragment identifiers that the fields share, those of the positions before others'; or null.
+  /// The fragment identifiers that the fields share, those of the positions before others'; or
+  /// null.
   Larder::StrongPtr<FragmentIDCollection> findSharedFragments() const;
   /// Makes `field` the positions. \return false, and nothing changed, if it is null.
   bool setPositions(const Larder::StrongPtr<Field>& field);

@@ -39,8 +39,8 @@ void expectParameters(const MemBase& array, std::uint64_t count, std::uint64_t t
 
 TEST(MemArray, StartsWithZerosInMemoryOfItsOwn) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const auto array = Larder::makeStrong<Array>(shape, nullptr);
     const std::uint64_t elements = shape.product();
     EXPECT_EQ(array->rank(), N);
@@ -68,8 +68,8 @@ TEST(MemArray, StartsWithZerosInMemoryOfItsOwn) {
 
 TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const auto chunk = samples<T>(shape.product());
     const auto array = Larder::makeStrong<Array>(chunk, shape, nullptr);
     EXPECT_EQ(array->myChunk(), chunk);
@@ -88,8 +88,8 @@ TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
 
 TEST(MemArray, CountsTheRestOfALongerChunkAsTail) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const std::size_t longer = shape.product() + 5;
     const auto array = Larder::makeStrong<Array>(samples<T>(longer), shape, nullptr);
     EXPECT_EQ(array->nElements(), shape.product());
@@ -101,8 +101,8 @@ TEST(MemArray, CountsTheRestOfALongerChunkAsTail) {
 
 TEST(MemArray, HasNoMemoryWithoutAChunkOfItsType) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const Larder::StrongPtr<Larder::ChunkBase> sources[] = {
         nullptr, Larder::makeStrong<Chunk<std::string>>(std::size_t{100})};
     for (const auto& source : sources) {
@@ -174,8 +174,8 @@ TEST(MemArray, RefusesAnElementCountBeyondMemory) {
 
 TEST(ArrayAllocators, MakeArraysOfAnyTypeAndRank) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const auto typed = Quilt::newMemArray<T>(shape, nullptr);
     ASSERT_TRUE(typed.template castTo<Array>());
     const auto byName = MemBase::newArray(Larder::Typename(typeid(T)), shape);
