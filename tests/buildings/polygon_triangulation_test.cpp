@@ -41,10 +41,10 @@ TEST(PolygonToTriangle, CutsSmallRingsInTheOrderOfTheWalk) {
        {{0, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1, 0}, {1, 2, 0}, {0, 2, 0}},
        "",
        {{0, 1, 2}, {0, 2, 3}, {0, 3, 4}, {0, 4, 5}}},
-      {"arrow that no corner but its tip's neighbours can open",
+      {"arrow, whose reflex corner is no obstacle to its neighbours",
        {{0, 0, 0}, {4, 4, 0}, {0, 8, 0}, {3, 4, 0}},
        "",
-       {{0, 1, 3}, {3, 1, 2}}},
+       {{3, 0, 1}, {3, 1, 2}}},
   };
   for (Case c : cases) {
     SCOPED_TRACE(c.name);
