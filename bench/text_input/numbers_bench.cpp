@@ -32,13 +32,13 @@ struct Sample {
 
 const Sample& sample(std::int64_t number) {
   static const Sample samples[] = {
-      Sample(SampleText::scanLines(50000)), Sample(SampleText::rasterRows(1000, 400)),
+      Sample(SampleText::scanLines(50000)),       Sample(SampleText::rasterRows(1000, 400)),
       Sample(SampleText::preciseNumbers(300000)), Sample(SampleText::fullDoubles(300000)),
-      Sample(SampleText::unevenNumbers(300000))};
+      Sample(SampleText::unevenNumbers(300000)),  Sample(SampleText::colourLines(100000))};
   return samples[number];
 }
-constexpr const char* kSampleNames[] = {"scan", "raster", "nine_decimals", "full_doubles",
-                                        "uneven"};
+constexpr const char* kSampleNames[] = {"scan",         "raster", "nine_decimals",
+                                        "full_doubles", "uneven", "colours"};
 
 template <class T>
 T byOurs(std::string_view token) {
@@ -55,7 +55,8 @@ T byFromChars(std::string_view token) {
 template <class T>
 T byStandard(std::string_view token) {
   if constexpr (std::is_same_v<T, float>) return std::strtof(token.data(), nullptr);
-  return static_cast<T>(std::strtod(token.data(), nullptr));
+  if constexpr (std::is_same_v<T, double>) return std::strtod(token.data(), nullptr);
+  return static_cast<T>(std::strtol(token.data(), nullptr, 10));
 }
 
 void report(benchmark::State& state, const Sample& data) {
@@ -71,7 +72,7 @@ void tokens(benchmark::State& state) {
   for (std::string_view token : data.tokens)
     if (convert(token) != byStandard<T>(token)) throw std::logic_error(std::string(token));
   for (auto _ : state) {
-    T sum = 0;
+    double sum = 0;
     for (std::string_view token : data.tokens) sum += convert(token);
     benchmark::DoNotOptimize(sum);
   }
@@ -82,8 +83,13 @@ void tokens(benchmark::State& state) {
 template <class T>
 void walk(benchmark::State& state) {
   const Sample& data = sample(state.range(0));
+  TokenWalk checked(data.text, ' ');
+  Number<T> found;
+  for (std::string_view token : data.tokens)
+    if (!checked.next(found) || found.value != byStandard<T>(token))
+      throw std::logic_error(std::string(token));
   for (auto _ : state) {
-    T sum = 0;
+    double sum = 0;
     TokenWalk walk(data.text, ' ');
     for (Number<T> number; walk.next(number);) sum += number.value;
     benchmark::DoNotOptimize(sum);
@@ -99,6 +105,10 @@ BENCHMARK(tokens<double, byStandard<double>>)->DenseRange(0, 4);
 BENCHMARK(tokens<float, byOurs<float>>)->DenseRange(0, 4);
 BENCHMARK(tokens<float, byFromChars<float>>)->DenseRange(0, 4);
 BENCHMARK(tokens<float, byStandard<float>>)->DenseRange(0, 4);
+BENCHMARK(walk<std::int32_t>)->Arg(5);
+BENCHMARK(tokens<std::int32_t, byOurs<std::int32_t>>)->Arg(5);
+BENCHMARK(tokens<std::int32_t, byFromChars<std::int32_t>>)->Arg(5);
+BENCHMARK(tokens<std::int32_t, byStandard<std::int32_t>>)->Arg(5);
 
 }  // namespace
 

@@ -40,6 +40,18 @@ inline std::string scanLines(std::size_t count) {
   return text;
 }
 
+/// Intensity and colour alone.
+inline std::string colourLines(std::size_t count) {
+  Random random(5);
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) {
+    appendNumber(text, "%.0f ", random.below(65536));
+    for (const char* format : {"%.0f ", "%.0f ", "%.0f\n"})
+      appendNumber(text, format, random.below(256));
+  }
+  return text;
+}
+
 /// Rows of a raster of heights with two decimals: slopes and a patch without data.
 inline std::string rasterRows(std::size_t columns, std::size_t rows) {
   std::string text;

