@@ -47,6 +47,7 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
     : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
       tellCreators_(tellCreators),
       existing_(existing),
+      mostWaiting_(std::min(kMostWaiting, Larder::Cache::MemCache().budget())),
       pool_(workersFor(*storage_)) {
   main_.partial = std::make_unique<PartialFile>(target, existing);
   main_.file = Larder::makeStrong<Q8File>(main_.partial->path(), target,
@@ -240,7 +241,7 @@ void BundleWriter::linkExternal(const OutputFile& external, const std::string& r
 void BundleWriter::enqueue(Job job) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] {
-    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= kMostWaiting;
+    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= mostWaiting_;
   });
   waitingBytes_ += job.bytes;
   jobs_.push_back(std::move(job));

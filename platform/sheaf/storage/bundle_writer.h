@@ -20,9 +20,9 @@ namespace Quilt::Storage {
 /// Writes a bundle to a file: takes arrays from any thread, filters them on the machine's cores,
 /// writes them in a thread of its own, and completes the file with all that tells of them.
 ///
-/// Arrays that wait to be written hold at most about `kMostWaiting` bytes; `store` waits when there
-/// are more. After the first error nothing more is written, every call throws it, and `complete`
-/// leaves the target as it was.
+/// Arrays that wait to be written hold at most about `kMostWaiting` bytes, and no more than the
+/// memory cache may; `store` waits when there are more. After the first error nothing more is
+/// written, every call throws it, and `complete` leaves the target as it was.
 class BundleWriter : public FragmentSink {
  public:
   static constexpr std::size_t kMostWaiting = std::size_t{256} << 20;
@@ -91,6 +91,7 @@ class BundleWriter : public FragmentSink {
   StorageHandle storage_;
   bool tellCreators_;
   bool existing_;
+  std::size_t mostWaiting_;
   OutputFile main_;
 
   std::mutex mutex_;  // guards the members below

@@ -39,7 +39,8 @@ Hdf5Lock::~Hdf5Lock() {
 
 void Id::close(hid_t id) noexcept {
   const std::lock_guard lock(processLock());
-  H5Idec_ref(id);
+  // A file that was closed took its objects' identifiers with it.
+  if (H5Iis_valid(id) > 0) H5Idec_ref(id);
 }
 
 std::string lockedFileName() {
