@@ -1,10 +1,7 @@
 #include "recast/buildings/triangulation/triangulator.h"
 
 #include <array>
-#include <chrono>
 #include <cmath>
-#include <cstdlib>
-#include <new>
 #include <random>
 
 #include "buildings/literal_ear_clipping.h"
@@ -12,24 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "recast/buildings/polygon_triangulation.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -120,27 +99,6 @@ TEST(Triangulator, FillsVeryLargeRings) {
       EXPECT_NEAR(areaOf(ring, triangles) / areaOf(ring), 1, 1e-6);
     }
   }
-}
-
-TEST(Triangulator, AllocatesNothingOnceItsMemoryHasGrown) {
-  std::vector<Ring> rings;
-  TestRings::Random random(3);
-  for (const std::size_t n : {4, 10, 50, 400, 3000, 9, 4000}) {
-    for (const auto& family : TestRings::families())
-      if (Ring ring = family.make(random, n); ring.size() <= 4096) rings.push_back(std::move(ring));
-  }
-  Triangles triangles;
-  triangles.reserve(10'000);
-  std::size_t during = 0;
-  for (int round = 0; round < 2; ++round) {
-    const std::size_t before = allocations;
-    for (Ring& ring : rings) {
-      triangles.clear();
-      Recast::polygonToTriangle(ring, triangles);
-    }
-    during = allocations - before;
-  }
-  EXPECT_EQ(during, 0u);
 }
 
 /// A point on or near a line through two of the ear's corners: where rounding decides.
