@@ -12,6 +12,9 @@ struct Outcome {
 
 void addRasterCommand(CLI::App& program, Outcome& outcome);
 void addTerrainCommand(CLI::App& program, Outcome& outcome);
+void addGridCommand(CLI::App& program, Outcome& outcome);
+void addContoursCommand(CLI::App& program, Outcome& outcome);
+void addExportGeojsonCommand(CLI::App& program, Outcome& outcome);
 void addInfoCommand(CLI::App& program, Outcome& outcome);
 
 }  // namespace RecastHost

@@ -11,6 +11,9 @@ int main(int argc, char** argv) {
   RecastHost::Outcome outcome;
   RecastHost::addRasterCommand(program, outcome);
   RecastHost::addTerrainCommand(program, outcome);
+  RecastHost::addGridCommand(program, outcome);
+  RecastHost::addContoursCommand(program, outcome);
+  RecastHost::addExportGeojsonCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)
