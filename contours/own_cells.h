@@ -19,7 +19,8 @@ struct CellRange {
 
 /// Turns the vertices by which a fragment overlaps its neighbours, per axis, into the cells that it
 /// leaves to them: at both sides together one cell less than vertices are shared.
-void overlapsToCells(Quilt::MultiIndex<3>& lowerOverlap, Quilt::MultiIndex<3>& upperOverlap);
+RECAST_API void overlapsToCells(Quilt::MultiIndex<3>& lowerOverlap,
+                                Quilt::MultiIndex<3>& upperOverlap);
 
 /// The cells in the first layer of a fragment that are its own to trace; empty if its neighbours
 /// have them all. \param extent of the fragment, in vertices; at least 1 along x and y.

@@ -16,6 +16,9 @@ int main(int argc, char** argv) {
   RecastHost::addExportObjCommand(program, outcome);
   RecastHost::addColumnsCommand(program, outcome);
   RecastHost::addRefragmentCommand(program, outcome);
+  RecastHost::addGridCommand(program, outcome);
+  RecastHost::addContoursCommand(program, outcome);
+  RecastHost::addExportGeojsonCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)
