@@ -42,6 +42,7 @@ struct Compressors {
 
 void shuffle(std::span<const std::byte> source, std::size_t elementSize, std::byte* target) {
   const std::size_t count = source.size() / elementSize;
+  if (count == 0) return;
   switch (elementSize) {
     case 1: std::memcpy(target, source.data(), source.size()); return;
     case 2: shuffleFixed<2>(source.data(), count, target); return;
@@ -56,6 +57,7 @@ void shuffle(std::span<const std::byte> source, std::size_t elementSize, std::by
 
 void unshuffle(std::span<const std::byte> source, std::size_t elementSize, std::byte* target) {
   const std::size_t count = source.size() / elementSize;
+  if (count == 0) return;
   switch (elementSize) {
     case 1: std::memcpy(target, source.data(), source.size()); return;
     case 2: unshuffleFixed<2>(source.data(), count, target); return;
