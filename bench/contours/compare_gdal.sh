@@ -46,7 +46,7 @@ for levels in 75 370; do
     seconds "gdal$levels" gdal_contour -q -3d -off "$1" -i "$step" "$work/terrain.tif" \
       "$work/lines.shp"
   done
-  vertices=$("$recast" info "$work/lines.q8" | sed -n 's/.*point, \([0-9]*\) elements.*/\1/p')
+  vertices=$("$recast" info "$work/lines.q8" | sed -n '/point$/{n;s/.*undivided: \([0-9]*\).*/\1/p;}')
   awk -v n="$levels" -v v="$vertices" -v a="$(median "recast$levels")" -v b="$(median "gdal$levels")" \
     'BEGIN { printf "%d levels, %s vertices: recast %.2f s, gdal_contour %.2f s, ratio %.1f\n", n, v, a, b, b / a }'
 done
