@@ -57,6 +57,11 @@ function(recast_shared_library)
       $<TARGET_PROPERTY:${component},INTERFACE_INCLUDE_DIRECTORIES>)
   endforeach()
   target_compile_features(recast INTERFACE cxx_std_20)
+  if(RECAST_SANITIZE)
+    # The sanitizers' runtime has to be loaded before the library, so programs bring it.
+    target_compile_options(recast INTERFACE -fsanitize=${RECAST_SANITIZE} -fno-sanitize-recover=all)
+    target_link_options(recast INTERFACE -fsanitize=${RECAST_SANITIZE})
+  endif()
 endfunction()
 
 # recast_program(<name> <file>...): an executable over the components' objects, so that it also sees

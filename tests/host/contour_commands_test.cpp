@@ -65,6 +65,7 @@ using Segment = std::array<double, 6>;
 std::vector<Segment> segmentsOf(const std::string& file) {
   std::vector<Segment> segments;
   const auto bundle = TestSupport::loadBundle(file);
+  if (!bundle) return segments;
   const auto grid = (*(*bundle)(0.0))("ZRK_ContourLines");
   const auto points = grid->CartesianPositions()
                           ->getData(nullptr)
