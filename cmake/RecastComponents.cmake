@@ -9,12 +9,14 @@ add_library(recast_settings INTERFACE)
 target_compile_features(recast_settings INTERFACE cxx_std_20)
 # Results must not depend on the machine or the optimisation level.
 target_compile_options(recast_settings INTERFACE -ffp-contract=off)
+add_library(recast_warnings INTERFACE)
+target_link_libraries(recast_settings INTERFACE recast_warnings)
 if(RECAST_DEVELOPER)
-  target_compile_options(recast_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+  target_compile_options(recast_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                                    -Werror)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # GCC 12 sees overlaps in std::string's own concatenation that aren't there.
-    target_compile_options(recast_settings INTERFACE -Wno-restrict)
+    target_compile_options(recast_warnings INTERFACE -Wno-restrict)
   endif()
 endif()
 if(RECAST_SANITIZE)

@@ -9,7 +9,7 @@ namespace Larder {
 /// An object of class T that does not live on the heap: it owns one strong count of its own, so
 /// that handles to it come and go without destroying it.
 template <class T>
-class Auto : public T {
+class RECAST_API Auto : public T {
  public:
   template <class... Args>
   explicit Auto(Args&&... args) : T(std::forward<Args>(args)...) {

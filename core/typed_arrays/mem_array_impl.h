@@ -20,11 +20,16 @@ std::size_t elementCount(const MultiIndex<N>& shape) {
 template <int N, class T>
 bool MemArray<N, T>::TypeIsRegistered = MemArrayAllocator<T>::isRegistered();
 
+/// A new chunk of value-initialised elements. A function of its own, since GCC 12 does not give the
+/// memory back where a `new` among the arguments of a delegating constructor throws.
+template <class T>
+Larder::StrongPtr<Larder::ChunkBase> newChunk(std::size_t elements) {
+  return Larder::StrongPtr<Larder::ChunkBase>(new Larder::Chunk<T>(elements, false));
+}
+
 template <int N, class T>
 MemArray<N, T>::MemArray(const MultiIndex<N>& shape, const WeakCreator& madeBy)
-    : MemArray(
-          Larder::StrongPtr<Larder::ChunkBase>(new Larder::Chunk<T>(elementCount(shape), false)),
-          shape, madeBy) {}
+    : MemArray(newChunk<T>(elementCount(shape)), shape, madeBy) {}
 
 template <int N, class T>
 MemArray<N, T>::MemArray(const Larder::StrongPtr<Larder::ChunkBase>& source,

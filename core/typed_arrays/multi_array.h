@@ -12,14 +12,14 @@ class DataCreator;
 
 /// How one element after the other lies in memory.
 template <class T>
-struct ElementIterator : HyperslabParameters {};
+struct RECAST_API ElementIterator : HyperslabParameters {};
 
 template <class T>
-struct IteratorBase : ElementIterator<T> {};
+struct RECAST_API IteratorBase : ElementIterator<T> {};
 
 /// A strided look at memory, null `data` if there is no contiguous memory.
 template <class T>
-struct Iterator : IteratorBase<T> {
+struct RECAST_API Iterator : IteratorBase<T> {
   T* data = nullptr;
 
   /// Strided places of the memory, whichever member holds them.
@@ -30,13 +30,13 @@ struct Iterator : IteratorBase<T> {
 
 /// An iterator that can also compute its elements.
 template <class T>
-struct CreativeIterator : Iterator<T> {
+struct RECAST_API CreativeIterator : Iterator<T> {
   DataCreator<T>* creator = nullptr;  ///< gives the elements where `data` is null
 };
 
 /// Computes elements on request, for arrays without memory.
 template <class T>
-class DataCreator {
+class RECAST_API DataCreator {
  public:
   virtual ~DataCreator() = default;
   /// The elements at `index` along `axis`; without `data` if they lie in no memory either.
@@ -48,7 +48,7 @@ class DataCreator {
 /// Element access by position. The first index runs fastest: element (i, j, k) of rank 3 is at
 /// `data` + ((dims[1] * k + j) * dims[0] + i + first) * stride.
 template <int N, class T>
-class MultiArrayBase : public CreativeIterator<T> {
+class RECAST_API MultiArrayBase : public CreativeIterator<T> {
  public:
   MultiIndex<N> dims;  ///< the shape
 
@@ -104,7 +104,7 @@ class MultiArrayBase : public CreativeIterator<T> {
 };
 
 template <int N, class T>
-class MultiArray : public MultiArrayBase<N, T> {
+class RECAST_API MultiArray : public MultiArrayBase<N, T> {
  public:
   using MultiArrayBase<N, T>::MultiArrayBase;
 };

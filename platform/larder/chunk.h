@@ -12,7 +12,7 @@ class Chunk;
 /// The type of which a compound element type is made, so that a chunk of the one can be taken as a
 /// chunk of the other: specialised beside the element type, with a member `type`.
 template <class T>
-struct StorageTypeOf {
+struct RECAST_API StorageTypeOf {
   using type = void;
 };
 
@@ -28,7 +28,7 @@ class TypedChunk;
 
 /// Chunks of `TypedChunk<S>`, S being the storage type of T, or `TypedChunkBase<T>` if it has none.
 template <class T, class Storage = typename StorageTypeOf<T>::type>
-struct TypedChunkParent {
+struct RECAST_API TypedChunkParent {
   using type = TypedChunk<Storage>;
 };
 template <class T>

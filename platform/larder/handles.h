@@ -90,14 +90,14 @@ class RECAST_API Countable {
 
 /// Makes a class countable in the handle domain `D`, the class by which its handles are counted.
 template <class D>
-class ReferenceBase : public Countable {
+class RECAST_API ReferenceBase : public Countable {
  public:
   using HandleDomain = D;
 };
 
 /// The domain of a class's handles; T must be complete.
 template <class T>
-struct DomainOf {
+struct RECAST_API DomainOf {
   using type = typename T::HandleDomain;
 };
 
@@ -110,7 +110,7 @@ class WeakPtrImpl;
 /// The object is destroyed when the last strong handle goes. Tests true only while the object is
 /// usable. Converts implicitly where the pointers do; `castTo` asks the object for another type.
 template <class T, class D = typename DomainOf<T>::type>
-class StrongPtr {
+class RECAST_API StrongPtr {
  public:
   using element_type = T;
 
@@ -187,7 +187,7 @@ class StrongPtr {
 /// A handle that does not keep its object alive. Tests true while the object is usable; make a
 /// `StrongPtr` of it to work with the object.
 template <class T, class D = typename DomainOf<T>::type>
-class WeakPtrImpl {
+class RECAST_API WeakPtrImpl {
  public:
   WeakPtrImpl() = default;
   WeakPtrImpl(std::nullptr_t) {}
@@ -251,7 +251,7 @@ class RECAST_API SpeakPtr {
 /// A strong handle that finds its type at run time: made from a handle of any type, it is null if
 /// the object is not a `T`.
 template <class T, class D = typename DomainOf<T>::type>
-class DynPtr : public StrongPtr<T, D> {
+class RECAST_API DynPtr : public StrongPtr<T, D> {
  public:
   DynPtr() = default;
   template <class U, class E>

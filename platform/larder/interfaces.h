@@ -22,7 +22,7 @@ class RECAST_API InterfaceBase : public ReferenceBase<InterfaceBase> {
 
 /// Base of one kind of interface: class `I : Interface<I>`.
 template <class I>
-class Interface : public InterfaceBase {
+class RECAST_API Interface : public InterfaceBase {
  public:
   const std::type_info& getInterfaceDomain() const override { return typeid(I); }
 };

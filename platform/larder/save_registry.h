@@ -12,7 +12,7 @@ namespace Larder {
 class RECAST_API SaveInterfaceCreatorBase : public ReferenceBase<SaveInterfaceCreatorBase> {};
 
 template <class T>
-class SaveInterfaceCreator : public SaveInterfaceCreatorBase {
+class RECAST_API SaveInterfaceCreator : public SaveInterfaceCreatorBase {
  public:
   /// Attaches what saves `object` to it. \return whether it did.
   virtual bool addTo(T& object) = 0;
@@ -33,7 +33,7 @@ class RECAST_API SaveRegistryBase {
 
 /// Adds the registered save interfaces to one object of class T.
 template <class T>
-class SaveRegistry : public SaveRegistryBase {
+class RECAST_API SaveRegistry : public SaveRegistryBase {
  public:
   static void addInterfaces(T& object) {
     SaveRegistry registry(object);

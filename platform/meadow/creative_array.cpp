@@ -43,6 +43,12 @@ Larder::StrongPtr<StoredFragment> CreativeArrayBase::stored() const {
   return stored_;
 }
 
+DynamicSize CreativeArrayBase::size() const {
+  if (const auto source = stored()) return source->size();
+  const MemBaseHandle array = present();
+  return array ? array->getSize() : DynamicSize();
+}
+
 DataExtent CreativeArrayBase::extent() const {
   const std::lock_guard lock(mutex_);
   return extent_;

@@ -5,24 +5,18 @@
 #include "recast/larder/ageable.h"
 #include "recast/larder/attributes.h"
 #include "recast/larder/creator.h"
+#include "recast/meadow/data_extent.h"
 #include "recast/meadow/mem_base.h"
 
 namespace Quilt {
-
-/// The smallest and the largest value of an array; of points, per axis. NaN values are left out.
-struct DataExtent {
-  enum class Kind : unsigned char { None, Box, Range };
-
-  Kind kind = Kind::None;
-  double minimum[3] = {0, 0, 0};  ///< x, y, z of a box; the first one alone of a range
-  double maximum[3] = {0, 0, 0};
-};
 
 /// An array that lies in a file.
 class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {
  public:
   /// Reads the array anew. \return null, with a message on the console, if that fails.
   virtual MemBaseHandle read() = 0;
+  /// The extents of the array, first index first; known without reading it.
+  virtual DynamicSize size() const = 0;
 };
 
 /// Gives the array of one fragment of a field: from memory, or from the file where it is stored.
@@ -48,6 +42,9 @@ class RECAST_API CreativeArrayBase : public Larder::CreatorBase<MemBase>,
 
   /// The name of the element type; known without reading the array.
   const std::string& typeName() const { return *typeName_; }
+
+  /// The array's extents, first index first; without any if the data is gone. Reads nothing.
+  DynamicSize size() const;
 
   /// What is known of the array's extent without looking at its elements.
   DataExtent extent() const;

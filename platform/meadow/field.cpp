@@ -149,6 +149,14 @@ CreatorHandle Field::wholeCreator() const {
   return whole_;
 }
 
+bool Field::hasData(const Larder::StrongPtr<FragmentID>& fragment) const {
+  if (!fragment) return static_cast<bool>(wholeCreator());
+  if (!fragments_ || !fragment->belongsTo(*fragments_)) return false;
+  const std::uint32_t number = fragment->number();
+  const std::lock_guard lock(mutex_);
+  return (number < creators_.size() && creators_[number]) || (source_ && source_->holds(number));
+}
+
 MemBaseHandle Field::getData(const Larder::StrongPtr<FragmentID>& fragment) const {
   const CreatorHandle creator = getCreator(fragment);
   return creator ? creator->create(false) : nullptr;
@@ -175,6 +183,22 @@ const Larder::StrongPtr<Field>& Field::NullPtrField() {
   return null;
 }
 
+namespace {
+
+std::atomic<Field::LatticeFieldMaker> latticeFieldMaker{nullptr};
+
+}  // namespace
+
+void Field::setLatticeFieldMaker(LatticeFieldMaker maker) {
+  latticeFieldMaker = maker;
+}
+
+Larder::StrongPtr<Field> Field::makeFor(const Larder::StrongPtr<FragmentIDCollection>& fragments) {
+  const LatticeFieldMaker maker = latticeFieldMaker;
+  if (maker != nullptr && fragments && fragments->latticeSize().rank() > 0) return maker(fragments);
+  return Larder::makeStrong<Field>(fragments);
+}
+
 void Field::setSource(const Larder::StrongPtr<FieldSource>& source, const std::string& typeName) {
   const std::lock_guard lock(mutex_);
   source_ = source;
@@ -184,6 +208,17 @@ void Field::setSource(const Larder::StrongPtr<FieldSource>& source, const std::s
 CreatorHandle Field::madeCreator(std::uint32_t number) const {
   const std::lock_guard lock(mutex_);
   return number < creators_.size() ? creators_[number] : nullptr;
+}
+
+void Field::forEachMadeCreator(const std::function<void(const CreatorHandle&)>& visit) const {
+  std::vector<CreatorHandle> made;
+  {
+    const std::lock_guard lock(mutex_);
+    made = creators_;
+    made.push_back(whole_);
+  }
+  for (const auto& creator : made)
+    if (creator) visit(creator);
 }
 
 CreatorHandle Field::madeWholeCreator() const {

@@ -38,6 +38,8 @@ class RECAST_API FieldSource : public Larder::ReferenceBase<FieldSource> {
   virtual CreatorHandle makeCreator(std::uint32_t number) = 0;
   /// The creator of the field's undivided data, or null.
   virtual CreatorHandle makeWholeCreator() = 0;
+  /// Whether there is data for the fragment of that number.
+  virtual bool holds(std::uint32_t number) const = 0;
 };
 
 /// What `createCreator` does with a fragment name that has data already.
@@ -98,6 +100,8 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   CreatorHandle getCreatorByNumber(std::uint32_t number) const;
   /// `getCreator`, and if that finds nothing, `getCreatorByName` with the fragment's name.
   CreatorHandle getCompatibleCreator(const Larder::StrongPtr<FragmentID>& fragment) const;
+  /// Whether `getCreator` would find data, told without making the creator.
+  bool hasData(const Larder::StrongPtr<FragmentID>& fragment) const;
   /// The fragment's array, read if need be; null if there is none.
   MemBaseHandle getData(const Larder::StrongPtr<FragmentID>& fragment) const;
 
@@ -106,6 +110,14 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   /// Visits the fragments that have data, in the order of their numbers, the undivided data last
   /// (with a null identifier). \return false if the iterator ended it.
   bool iterate(FragmentIterator& iterator, const FragmentSelector& selector) const;
+
+  /// Makes the field objects over identifiers that form a lattice; set once by the layer that knows
+  /// their kind, so that a loaded field is of that kind too.
+  using LatticeFieldMaker =
+      Larder::StrongPtr<Field> (*)(const Larder::StrongPtr<FragmentIDCollection>& fragments);
+  static void setLatticeFieldMaker(LatticeFieldMaker maker);
+  /// A new field over `fragments`, of the kind that belongs to them.
+  static Larder::StrongPtr<Field> makeFor(const Larder::StrongPtr<FragmentIDCollection>& fragments);
 
   /// The null handle that look-ups give.
   static const Larder::StrongPtr<Field>& NullPtrField();
@@ -118,6 +130,8 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   /// For the storage: the creator of that number if it was made; does not ask the source.
   CreatorHandle madeCreator(std::uint32_t number) const;
   CreatorHandle madeWholeCreator() const;
+  /// For the storage: visits the creators that were made, the undivided data's included.
+  void forEachMadeCreator(const std::function<void(const CreatorHandle&)>& visit) const;
 
  protected:
   void setFragmentIDCollection(const Larder::StrongPtr<FragmentIDCollection>& fragments);

@@ -17,7 +17,7 @@ using MemBaseHandle = Larder::StrongPtr<MemBase, Larder::Cacheable>;
 using WeakCreator = Larder::WeakPtrImpl<CreativeArrayBase, Larder::Creature>;
 
 /// How an array lies in its memory; all numbers but `stride` count strided places.
-struct HyperslabParameters {
+struct RECAST_API HyperslabParameters {
   std::uint64_t count = 0;   ///< elements in the memory looked at
   std::uint64_t stride = 1;  ///< distance of two neighbouring elements, in elements
   std::uint64_t length = 0;  ///< strided places in that memory

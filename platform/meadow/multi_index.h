@@ -6,11 +6,13 @@
 #include <type_traits>
 #include <vector>
 
+#include "recast/larder/export.h"
+
 namespace Quilt {
 
 /// N unsigned 64-bit numbers, a shape or a position; the first index runs fastest.
 template <int N>
-class MultiIndex : public MultiIndex<N - 1> {
+class RECAST_API MultiIndex : public MultiIndex<N - 1> {
  public:
   static_assert(N > 1);
   MultiIndex() = default;
@@ -70,7 +72,7 @@ inline std::string to_string(const MultiIndex<3>& index) {
 }
 
 /// A shape or position of any rank; the first index runs fastest. Without extents it says "none".
-class DynamicSize {
+class RECAST_API DynamicSize {
  public:
   DynamicSize() = default;
   explicit DynamicSize(std::vector<std::uint64_t> extents) : extents_(std::move(extents)) {}

@@ -9,7 +9,7 @@
 namespace Quilt {
 
 /// The plain description of an element type.
-struct QuiltTypeIndex {
+struct RECAST_API QuiltTypeIndex {
   std::uint32_t Components = 1;   ///< components of one element
   std::uint32_t ElementSize = 0;  ///< bytes of one element
   std::uint32_t TensorRank = 0;

@@ -12,10 +12,12 @@
 
 namespace Quilt {
 
-class BundleFile;
+namespace Storage {
+class BundleWriter;
+}
 
 /// The outcome of binding or saving: 0 and an empty text, or a number and what went wrong.
-struct BindResult {
+struct RECAST_API BindResult {
   int number = 0;
   std::string text;
 };
@@ -65,6 +67,9 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   /// Waits until everything handed over so far is written, and lets arrays that can be read again
   /// go from the cache. \throw StorageError if writing has failed.
   void sync();
+  /// Completes the file that the bundle is bound to, as its release would, and ends the binding:
+  /// what is handed over later stays in memory. For those who want to know whether it worked.
+  BindResult complete();
 
   /// The slice at that time, made if missing.
   Larder::StrongPtr<Slice> operator[](double time);
@@ -81,10 +86,12 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
 
  private:
   BindResult bind(const std::string& name, const StorageHandle& storage, bool existing);
+  void dropFromCache() const;
 
   Larder::StrongPtr<BundleAnchor> anchor_;
   std::map<double, Larder::StrongPtr<Slice>> slices_;
-  std::unique_ptr<BundleFile> file_;
+  // Null if the bundle is in memory alone.
+  Larder::StrongPtr<Storage::BundleWriter, FragmentSink> writer_;
   bool valid_ = true;
 };
 

@@ -31,24 +31,26 @@ FieldProxy Representation::makeField(const Larder::StrongPtr<FieldID>& id,
                                      const MemBaseHandle& data) {
   Entry* entry = find(makeFieldID(id->name())->name());
   if (!entry->field) {
-    assign(*entry,
-           Larder::StrongPtr<Field>(new Field(data, fragments ? fragments : sharedFragments())));
+    auto identifiers = fragments ? fragments : findSharedFragments();
+    if (!identifiers) identifiers = Larder::makeStrong<FragmentIDCollection>();
+    assign(*entry, Larder::StrongPtr<Field>(new Field(data, identifiers)));
   } else if (data) {
     entry->field->setPersistentData(data, nullptr, Larder::Cache::MemCache(), "");
   }
   return FieldProxy(Larder::StrongPtr<Representation>(this), entry->id);
 }
 
-Larder::StrongPtr<FragmentIDCollection> Representation::sharedFragments() const {
+Larder::StrongPtr<FragmentIDCollection> Representation::findSharedFragments() const {
   if (const auto positions = Positions(); positions && positions->getFragmentIDCollection())
     return positions->getFragmentIDCollection();
   for (const Entry& entry : entries_)
     if (entry.field && entry.field->getFragmentIDCollection())
       return entry.field->getFragmentIDCollection();
-  return Larder::makeStrong<FragmentIDCollection>();
+  return nullptr;
 }
 
 void Representation::assign(Entry& entry, const Larder::StrongPtr<Field>& field) {
+  if (entry.field == field) return;
   entry.field = field;
   auto place = Larder::makeStrong<Placement>(*place_);
   place->FieldName = entry.id->name();

@@ -31,19 +31,6 @@ Heron::PhysicalSpace::point UniformCartesianArray::operator[](const MultiIndex<3
   return {axis(0)[position[0]], axis(1)[position[1]], axis(2)[position[2]]};
 }
 
-DataExtent UniformCartesianArray::extent() const {
-  DataExtent extent;
-  if (size_.product() == 0) return extent;
-  extent.kind = DataExtent::Kind::Box;
-  for (std::size_t i = 0; i < 3; ++i) {
-    const double first = axis(i)[0];
-    const double last = axis(i)[size_[i] - 1];
-    extent.minimum[i] = first < last ? first : last;
-    extent.maximum[i] = first < last ? last : first;
-  }
-  return extent;
-}
-
 MemBaseHandle UniformCartesianArray::makeMemArray(const WeakCreator& creator) {
   MemBaseHandle array = MemBase::newArray(typeIndex().TypeName, DynamicSize(size_));
   array->setCreator(creator);

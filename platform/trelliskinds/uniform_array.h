@@ -15,7 +15,7 @@ class RECAST_API DirectProductMemArray
     : public DirectProductMemArrayBase<Heron::FixedArray<double, 3>, Axis, N> {};
 
 /// One axis of equal steps: value i is start + i * step.
-struct LinearCoordinateAxisArray {
+struct RECAST_API LinearCoordinateAxisArray {
   double start = 0.0;
   double step = 0.0;
   double operator[](std::uint64_t i) const { return start + static_cast<double>(i) * step; }
@@ -44,8 +44,6 @@ class RECAST_API UniformCartesianArray final
   const Heron::PhysicalSpace::vector& spacing() const { return spacing_; }
   Heron::PhysicalSpace::point operator[](const MultiIndex<3>& position) const;
   LinearCoordinateAxisArray axis(std::size_t i) const { return {origin_[i], spacing_[i]}; }
-  /// The first and the last vertex.
-  DataExtent extent() const;
 
   std::size_t memsize() const override { return sizeof(*this); }
   std::uint64_t nElements() const override { return size_.product(); }

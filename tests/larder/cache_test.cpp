@@ -223,7 +223,7 @@ TEST_F(Creators, ServeSeveralThreadsFromASmallCache) {
   Cache::MemCache().setBudget(30);
   std::vector<MakerHandle> makers;
   for (int i = 0; i < 8; ++i) makers.push_back(Larder::makeStrong<Maker>());
-  Testing::inThreads(4, [&](int thread) {
+  TestSupport::inThreads(4, [&](int thread) {
     std::mt19937 random(static_cast<unsigned>(thread));
     for (int i = 0; i < 2000; ++i) {
       const auto data = makers[random() % makers.size()]->get();
@@ -237,7 +237,7 @@ TEST_F(Creators, ServeSeveralThreadsFromASmallCache) {
 TEST_F(Creators, MakeDataOnceForSeveralThreads) {
   for (int round = 0; round < 100; ++round) {
     const auto maker = Larder::makeStrong<Maker>();
-    Testing::inThreads(4, [&](int) { maker->get(); });
+    TestSupport::inThreads(4, [&](int) { maker->get(); });
     EXPECT_EQ(maker->made, 1);
   }
 }

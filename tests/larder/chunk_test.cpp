@@ -78,7 +78,7 @@ TEST(Chunk, HoldsTextsThatComeLater) {
 
 TEST(Chunk, SeveralThreadsShareTheAccount) {
   const Account account;
-  Testing::inThreads(4, [](int) {
+  TestSupport::inThreads(4, [](int) {
     for (int i = 0; i < 500; ++i) const Chunk<int> chunk(static_cast<std::size_t>(i));
   });
   EXPECT_EQ(account.grown(), 0);

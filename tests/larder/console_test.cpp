@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "support/captured_console.h"
+#include "support/console_capture.h"
 #include "support/in_threads.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,24 +13,24 @@ namespace {
 using ::testing::ElementsAre;
 
 TEST(Console, DeliversOneMessagePerObjectWhenItEnds) {
-  const Testing::CapturedConsole console;
+  const TestSupport::ConsoleCapture console;
   {
     Larder::Console outer;
     outer << "Have " << std::string("no ");
     Larder::Console() << "a message of its own";
     outer << "Positions";
-    EXPECT_EQ(console.messages.size(), 1U);
+    EXPECT_EQ(console.messages().size(), 1U);
   }
   { const Larder::Console silent; }
-  EXPECT_THAT(console.messages, ElementsAre("a message of its own", "Have no Positions", ""));
+  EXPECT_THAT(console.messages(), ElementsAre("a message of its own", "Have no Positions", ""));
 }
 
 TEST(Console, WritesNumbersAsPrintfDoes) {
-  const Testing::CapturedConsole console;
+  const TestSupport::ConsoleCapture console;
   Larder::Console() << 3 << ' ' << -7L << ' ' << 18446744073709551615ULL << ' '
                     << static_cast<unsigned char>(200);
   Larder::Console() << 1.5 << " " << -0.0 << " " << 1e-7 << " " << 2.5F << " " << 1e20;
-  EXPECT_THAT(console.messages,
+  EXPECT_THAT(console.messages(),
               ElementsAre("3 -7 18446744073709551615 200",
                           "1.500000 -0.000000 0.000000 2.500000 100000000000000000000.000000"));
 }
@@ -51,8 +51,8 @@ TEST(Console, WritesALineToStandardErrorWithoutASink) {
 }
 
 TEST(Console, MessagesOfSeveralThreadsStayWhole) {
-  Testing::CapturedConsole console;
-  Testing::inThreads(4, [](int thread) {
+  TestSupport::ConsoleCapture console;
+  TestSupport::inThreads(4, [](int thread) {
     for (int i = 0; i < 500; ++i) Larder::Console() << "thread " << thread << " says " << i;
   });
   std::vector<std::string> expected;
@@ -60,8 +60,9 @@ TEST(Console, MessagesOfSeveralThreadsStayWhole) {
     for (int i = 0; i < 500; ++i)
       expected.push_back("thread " + std::to_string(thread) + " says " + std::to_string(i));
   std::sort(expected.begin(), expected.end());
-  std::sort(console.messages.begin(), console.messages.end());
-  EXPECT_EQ(console.messages, expected);
+  std::vector<std::string> messages = console.messages();
+  std::sort(messages.begin(), messages.end());
+  EXPECT_EQ(messages, expected);
 }
 
 }  // namespace

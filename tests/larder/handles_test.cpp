@@ -3,7 +3,7 @@
 #include <functional>
 #include <stdexcept>
 
-#include "support/captured_console.h"
+#include "support/console_capture.h"
 #include "support/in_threads.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -187,11 +187,11 @@ TEST(Handles, FindTheTypeOfTheirObject) {
 }
 
 TEST(Handles, SpeakOfATypedPointerThatIsNotTheirObjects) {
-  const Testing::CapturedConsole console;
+  const TestSupport::ConsoleCapture console;
   const int there = 0;
   Larder::SpeakPtr::InconsistentDynPtr(typeid(Both).name(), &there, nullptr);
-  ASSERT_EQ(console.messages.size(), 1U);
-  EXPECT_THAT(console.messages[0], ::testing::HasSubstr("Both"));
+  ASSERT_EQ(console.messages().size(), 1U);
+  EXPECT_THAT(console.messages()[0], ::testing::HasSubstr("Both"));
 }
 
 /// Counts what lives, and shows when it is used after its end.
@@ -220,7 +220,7 @@ TEST(HandlesInThreads, AWeakHandleGetsAWholeObjectOrNone) {
     weak.emplace_back(last.back());
   }
   // One thread lets the objects go, the others ask for each until it is gone.
-  Testing::inThreads(3, [&](int thread) {
+  TestSupport::inThreads(3, [&](int thread) {
     for (std::size_t i = 0; i < kObjects; ++i) {
       if (thread == 0) last[i].reset();
       while (const auto promoted = weak[i].lock())
@@ -237,7 +237,7 @@ TEST(HandlesInThreads, CountsAddUp) {
   auto* object = new Witness(story);
   {
     const Handle kept(object);
-    Testing::inThreads(4, [&](int) {
+    TestSupport::inThreads(4, [&](int) {
       for (int i = 0; i < 2000; ++i) {
         const Handle raw(object);
         Handle copy = raw;
@@ -257,7 +257,7 @@ TEST(HandlesInThreads, TheFirstHandlesAgreeOnOneBlock) {
     std::atomic<int> alive{0};
     auto* object = new Canary(alive);
     std::vector<Larder::WeakPtrImpl<Canary>> weak(4);
-    Testing::inThreads(
+    TestSupport::inThreads(
         4, [&](int i) { weak[static_cast<std::size_t>(i)] = Larder::WeakPtrImpl<Canary>(object); });
     Larder::StrongPtr<Canary> handle(object);
     EXPECT_EQ(handle.block()->weakCount(), 5);

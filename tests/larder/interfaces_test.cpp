@@ -104,7 +104,7 @@ TEST(SaveRegistry, AddsTheInterfacesThatAreRegisteredForTheClass) {
   EXPECT_EQ(object.findInterface<Colourful>()->colour, 2);
 
   creator->called = 0;
-  Testing::inThreads(4, [&](int thread) {
+  TestSupport::inThreads(4, [&](int thread) {
     for (int i = 0; i < 200; ++i) {
       Saved made;
       Larder::SaveRegistry<Saved>::addInterfaces(made);
@@ -123,7 +123,7 @@ TEST(Ageable, NoTwoChangesHaveTheSameAge) {
   const std::uint64_t before = Larder::Ageable::GlobalTime;
   std::mutex mutex;
   std::vector<std::uint64_t> ages;
-  Testing::inThreads(4, [&](int) {
+  TestSupport::inThreads(4, [&](int) {
     Aging object;
     for (int i = 0; i < 250; ++i) {
       object.renewAge();

@@ -1,6 +1,6 @@
 #include "recast/meadow/field.h"
 
-#include "support/captured_console.h"
+#include "support/console_capture.h"
 #include "support/in_threads.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -121,7 +121,7 @@ TEST(Field, CreateCreatorMeetsExistingDataAsItIsTold) {
       return field->createCreator(value < 0 ? nullptr : arrayOf(value), name, onExisting,
                                   Cache::MemCache());
     };
-    Testing::CapturedConsole console;
+    TestSupport::ConsoleCapture console;
     EXPECT_FALSE(create(-1, OnExistingData::Replace));
     EXPECT_TRUE(field->getFragmentIDs().empty()) << "no array, no identifier";
     const auto first = create(1, OnExistingData::Refuse);
@@ -129,12 +129,12 @@ TEST(Field, CreateCreatorMeetsExistingDataAsItIsTold) {
     EXPECT_FALSE(create(2, OnExistingData::Refuse));
     EXPECT_EQ(create(3, OnExistingData::Keep), first);
     EXPECT_EQ(valueOf(first), 1);
-    EXPECT_TRUE(console.messages.empty());
+    EXPECT_TRUE(console.messages().empty());
     const auto second = create(4, static_cast<OnExistingData>(2));
     EXPECT_NE(second, first);
     EXPECT_EQ(valueOf(second), 4);
-    ASSERT_EQ(console.messages.size(), 1U);
-    EXPECT_THAT(console.messages[0], HasSubstr(name.empty() ? "undivided" : "tile"));
+    ASSERT_EQ(console.messages().size(), 1U);
+    EXPECT_THAT(console.messages()[0], HasSubstr(name.empty() ? "undivided" : "tile"));
   }
 }
 
@@ -182,6 +182,7 @@ struct Stored : Quilt::StoredFragment {
     ++reads;
     return arrayOf(value);
   }
+  Quilt::DynamicSize size() const override { return arrayOf(value)->getSize(); }
   const int value;
   std::atomic<int> reads{0};
 };
@@ -195,6 +196,7 @@ struct EvenNumbers : Quilt::FieldSource {
         new Quilt::CreativeArrayBase(Larder::makeStrong<Stored>(static_cast<int>(number)), "int"));
   }
   Quilt::CreatorHandle makeWholeCreator() override { return nullptr; }
+  bool holds(std::uint32_t number) const override { return number % 2 == 0; }
   std::atomic<int> asked{0};
 };
 
@@ -271,7 +273,7 @@ TEST(Field, TakesAndFindsDataInSeveralThreads) {
   const auto collection = Larder::makeStrong<Quilt::FragmentIDCollection>();
   collection->setFragmentNames<3>({20, 10, 1}, "");
   const auto field = Larder::makeStrong<Field>(collection);
-  Testing::inThreads(4, [&](int thread) {
+  TestSupport::inThreads(4, [&](int thread) {
     for (std::uint32_t i = static_cast<std::uint32_t>(thread); i < 200; i += 4)
       put(field, static_cast<int>(i), collection->findFragmentID(i));
     for (std::uint32_t i = 0; i < 200; ++i)

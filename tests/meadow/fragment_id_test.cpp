@@ -100,7 +100,7 @@ TEST(FragmentIDs, OutliveTheirCollection) {
 TEST(FragmentIDs, AreFoundFromSeveralThreads) {
   const auto collection = Larder::makeStrong<FragmentIDCollection>();
   collection->setFragmentNames<3>({10, 10, 1}, "");
-  Testing::inThreads(4, [&](int) {
+  TestSupport::inThreads(4, [&](int) {
     for (std::uint32_t i = 0; i < 1000; ++i) {
       const auto found = collection->findFragmentID(i % 100);
       if (collection->findFragmentIDByName(found->name()) != found ||

@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-namespace Testing {
+namespace TestSupport {
 
 /// Calls `work(i)` for i from 0 to `threads` - 1, each in a thread of its own and all at once.
 template <class Work>
@@ -19,4 +19,4 @@ void inThreads(int threads, Work work) {
   for (auto& thread : running) thread.join();
 }
 
-}  // namespace Testing
+}  // namespace TestSupport

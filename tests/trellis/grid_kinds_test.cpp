@@ -62,11 +62,11 @@ TEST(UniformArray, KnowsItsExtentWithoutItsElements) {
   using Kind = Quilt::DataExtent::Kind;
   // Steps may be negative: rows that run from north to south.
   const UniformCartesianArray array({3, 2, 1}, {0, 50, 7}, {10, -5, 99});
-  const Quilt::DataExtent extent = array.extent();
+  const Quilt::DataExtent extent = Quilt::extentOf(array);
   EXPECT_EQ(extent.kind, Kind::Box);
   EXPECT_THAT(extent.minimum, ::testing::ElementsAre(0, 45, 7));
   EXPECT_THAT(extent.maximum, ::testing::ElementsAre(20, 50, 7));
-  EXPECT_EQ(UniformCartesianArray({3, 0, 1}, {}, {}).extent().kind, Kind::None);
+  EXPECT_EQ(Quilt::extentOf(UniformCartesianArray({3, 0, 1}, {}, {})).kind, Kind::None);
 }
 
 TEST(UniformGrid, IsMadeOfComputedPositionsAndKeepsThoseItHas) {

@@ -77,7 +77,7 @@ TEST(ElementTypes, AreDescribedByTheirTable) {
 
 TEST(ElementTypes, HaveOneDescriptorEach) {
   std::size_t number = 0;
-  Testing::forEveryElement([&]<class T>(std::type_identity<T>) {
+  TestSupport::forEveryElement([&]<class T>(std::type_identity<T>) {
     ++number;
     const auto type = QuiltType<T>::getQuiltType();
     EXPECT_EQ(type, QuiltType<T>::getQuiltType());
@@ -98,7 +98,7 @@ TEST(ElementTypes, HaveOneDescriptorEach) {
 }
 
 TEST(ElementTypes, AreFoundFromSeveralThreads) {
-  Testing::inThreads(4, [](int) {
+  TestSupport::inThreads(4, [](int) {
     for (int i = 0; i < 200; ++i)
       for (const Expected& row : kTable)
         if (!QuiltTypeBase::find(row.type)->element_type()) ADD_FAILURE();

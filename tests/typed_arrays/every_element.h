@@ -7,7 +7,7 @@
 #include "recast/larder/type_name.h"
 #include "recast/typed_arrays/mem_array_allocator.h"
 
-namespace Testing {
+namespace TestSupport {
 
 /// Calls `visit(std::type_identity<T>())` for each of the 16 element types.
 template <class Visit>
@@ -62,4 +62,4 @@ inline std::uint64_t placeOf(const Quilt::MultiIndex<4>& p, const Quilt::MultiIn
   return ((dims[2] * p[3] + p[2]) * dims[1] + p[1]) * dims[0] + p[0];
 }
 
-}  // namespace Testing
+}  // namespace TestSupport

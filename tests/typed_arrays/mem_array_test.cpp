@@ -16,7 +16,7 @@ using Quilt::MemArray;
 using Quilt::MemBase;
 using Quilt::MemBaseHandle;
 using Quilt::MultiIndex;
-using Testing::sample;
+using TestSupport::sample;
 
 template <class T>
 using ChunkHandle = Larder::StrongPtr<Chunk<T>, Larder::ChunkBase>;
@@ -57,9 +57,9 @@ void expectPlainArray(const MemBase& array, const DynamicSize& shape, const std:
 }
 
 TEST(MemArray, StartsWithZerosInMemoryOfItsOwn) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const Array array(shape, nullptr);
     expectPlainArray(array, shape, typeid(T));
     const auto like = array.newMemArraynD(shape, nullptr);
@@ -77,7 +77,7 @@ std::uint64_t misplaced(const MemArray<N, T>& array, const Chunk<T>& chunk) {
   std::uint64_t wrong = 0;
   MultiIndex<N> position;
   do {
-    const std::uint64_t place = Testing::placeOf(position, array.dims);
+    const std::uint64_t place = TestSupport::placeOf(position, array.dims);
     const bool right = &array[position] == chunk.data() + place && chunk[place] == sample<T>(place);
     wrong += right ? 0 : 1;
   } while (position.inc(array.dims));
@@ -85,9 +85,9 @@ std::uint64_t misplaced(const MemArray<N, T>& array, const Chunk<T>& chunk) {
 }
 
 TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const std::uint64_t elements = shape.product();
     const auto chunk = samples<T>(elements);
     const MemBaseHandle handle(new Array(chunk, shape, nullptr));
@@ -101,9 +101,9 @@ TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
 }
 
 TEST(MemArray, CountsTheRestOfALongerChunkAsTail) {
-  Testing::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                         std::type_identity<T>,
-                                                         const MultiIndex<N>& shape) {
+  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
+                                                             std::type_identity<T>,
+                                                             const MultiIndex<N>& shape) {
     const std::size_t longer = shape.product() + 5;
     const Array array(samples<T>(longer), shape, nullptr);
     expectParameters(array, longer, 5);
@@ -123,9 +123,9 @@ bool throwsForItsElements(const Array& array, const MultiIndex<N>& shape) {
 
 TEST(MemArray, HasNoMemoryWithoutAChunkOfItsType) {
   const Larder::StrongPtr<Larder::ChunkBase> texts(new Chunk<std::string>(100));
-  Testing::forEveryArray([&]<class Array, class T, int N>(std::type_identity<Array>,
-                                                          std::type_identity<T>,
-                                                          const MultiIndex<N>& shape) {
+  TestSupport::forEveryArray([&]<class Array, class T, int N>(std::type_identity<Array>,
+                                                              std::type_identity<T>,
+                                                              const MultiIndex<N>& shape) {
     for (const auto& source : {Larder::StrongPtr<Larder::ChunkBase>(), texts}) {
       const Array array(source, shape, nullptr);
       expectParameters(array, 0, 0);
@@ -192,7 +192,7 @@ TEST(MemArray, RefusesAnElementCountBeyondMemory) {
 }
 
 TEST(ArrayAllocators, MakeArraysOfAnyTypeAndRank) {
-  Testing::forEveryElement([]<class T>(std::type_identity<T>) {
+  TestSupport::forEveryElement([]<class T>(std::type_identity<T>) {
     for (const DynamicSize& shape : {DynamicSize({4}), DynamicSize({4, 3}), DynamicSize({4, 3, 2}),
                                      DynamicSize({4, 3, 2, 5})}) {
       const MemBaseHandle typed = Quilt::newMemArray<T>(shape, nullptr);
@@ -205,7 +205,7 @@ TEST(ArrayAllocators, MakeArraysOfAnyTypeAndRank) {
 }
 
 TEST(ArrayAllocators, GiveNullForOtherRanksAndTypes) {
-  Testing::forEveryElement([]<class T>(std::type_identity<T>) {
+  TestSupport::forEveryElement([]<class T>(std::type_identity<T>) {
     EXPECT_FALSE(Quilt::newMemArray<T>(DynamicSize({1, 1, 1, 1, 1}), nullptr));
     EXPECT_FALSE(Quilt::newMemArray<T>(DynamicSize(), nullptr));
     EXPECT_FALSE(MemBase::newArray(Larder::Typename(typeid(T)), DynamicSize()));
@@ -214,7 +214,7 @@ TEST(ArrayAllocators, GiveNullForOtherRanksAndTypes) {
 }
 
 TEST(ArrayAllocators, AreRegisteredOnceAtLoad) {
-  Testing::forEveryElement([]<class T>(std::type_identity<T>) {
+  TestSupport::forEveryElement([]<class T>(std::type_identity<T>) {
     EXPECT_FALSE(Quilt::MemArrayAllocator<T>::registerMe()) << "there is one already";
     EXPECT_TRUE(Quilt::MemArrayAllocator<T>::isRegistered());
   });
@@ -241,7 +241,7 @@ TEST(ArrayAllocators, WrapFilledChunksAsLists) {
 }
 
 TEST(ArrayAllocators, WorkInSeveralThreads) {
-  Testing::inThreads(4, [](int thread) {
+  TestSupport::inThreads(4, [](int thread) {
     for (std::uint64_t i = 1; i < 100; ++i) {
       const auto array = MemBase::newArray(
           thread % 2 == 0 ? "double" : "Heron::PhysicalSpace::point", MultiIndex<3>(i, 2, 1));

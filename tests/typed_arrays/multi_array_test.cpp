@@ -33,7 +33,7 @@ void expectAddresses(std::mt19937& random) {
   MultiIndex<N> position;
   do {
     int* const expected =
-        memory.data() + (Testing::placeOf(position, dims) + iterator.first) * iterator.stride;
+        memory.data() + (TestSupport::placeOf(position, dims) + iterator.first) * iterator.stride;
     ASSERT_EQ(&array[position], expected);
     ASSERT_EQ(&std::as_const(array)[position], expected);
   } while (position.inc(dims));

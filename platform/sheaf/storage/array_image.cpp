@@ -1,81 +1,22 @@
 #include "recast/sheaf/storage/array_image.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
-
-#include "recast/trelliskinds/uniform_array.h"
 
 namespace Quilt::Storage {
 namespace {
 
-/// The numbers of an array without gaps; the array's own memory if they stand so already.
-std::span<const std::byte> gathered(const MemBase& array, std::vector<std::byte>& own) {
-  const HyperslabParameters lie = array.getHyperslabParameters();
-  const std::size_t size = array.typeIndex().ElementSize;
-  const std::size_t count = array.nElements();
-  const auto* start =
-      static_cast<const std::byte*>(array.getPtr()) + lie.first * lie.stride * size;
-  if (lie.stride == 1) return {start, count * size};
-  own.resize(count * size);
-  for (std::size_t i = 0; i < count; ++i)
-    std::memcpy(own.data() + i * size, start + i * lie.stride * size, size);
-  return own;
-}
-
-/// Smallest and largest of every `components`-th number; false if there is none.
-template <class T>
-bool minMax(const T* numbers, std::size_t count, std::size_t components, double& minimum,
-            double& maximum) {
-  using Limits = std::numeric_limits<T>;
-  T low = Limits::has_infinity ? Limits::infinity() : Limits::max();
-  T high = Limits::has_infinity ? static_cast<T>(-Limits::infinity()) : Limits::lowest();
-  bool any = false;
+/// Smallest and largest of every `components`-th number that isn't NaN; false if there is none.
+bool minMax(const double* numbers, std::size_t count, std::size_t components, double& low,
+            double& high) {
+  low = std::numeric_limits<double>::infinity();
+  high = -low;
   for (std::size_t i = 0; i < count; ++i) {
-    const T number = numbers[i * components];
-    low = number < low ? number : low;
-    high = number > high ? number : high;
-    any |= number == number;  // false for NaN alone
+    low = std::fmin(low, numbers[i * components]);
+    high = std::fmax(high, numbers[i * components]);
   }
-  if (!any) return false;
-  minimum = static_cast<double>(low);
-  maximum = static_cast<double>(high);
-  return true;
-}
-
-template <class T>
-DataExtent rangeOf(const std::byte* bytes, std::size_t count) {
-  DataExtent extent;
-  if (minMax(reinterpret_cast<const T*>(bytes), count, 1, extent.minimum[0], extent.maximum[0]))
-    extent.kind = DataExtent::Kind::Range;
-  return extent;
-}
-
-DataExtent boxOf(const std::byte* bytes, std::size_t count) {
-  DataExtent extent;
-  const auto* numbers = reinterpret_cast<const double*>(bytes);
-  for (std::size_t axis = 0; axis < 3; ++axis)
-    if (!minMax(numbers + axis, count, 3, extent.minimum[axis], extent.maximum[axis])) return extent;
-  extent.kind = DataExtent::Kind::Box;
-  return extent;
-}
-
-DataExtent extentOf(const MemBase& array, std::span<const std::byte> bytes) {
-  const QuiltTypeIndex& type = array.typeIndex();
-  const std::size_t count = array.nElements();
-  if (array.getType() == typeid(Heron::PhysicalSpace::point)) return boxOf(bytes.data(), count);
-  if (type.Components != 1) return {};
-  const std::type_info& element = array.getType();
-  if (element == typeid(float)) return rangeOf<float>(bytes.data(), count);
-  if (element == typeid(double)) return rangeOf<double>(bytes.data(), count);
-  if (element == typeid(long double)) return rangeOf<long double>(bytes.data(), count);
-  if (element == typeid(unsigned char)) return rangeOf<unsigned char>(bytes.data(), count);
-  if (element == typeid(unsigned short)) return rangeOf<unsigned short>(bytes.data(), count);
-  if (element == typeid(int)) return rangeOf<int>(bytes.data(), count);
-  if (element == typeid(unsigned int)) return rangeOf<unsigned int>(bytes.data(), count);
-  if (element == typeid(unsigned long long))
-    return rangeOf<unsigned long long>(bytes.data(), count);
-  return {};
+  return low <= high;
 }
 
 /// A whole number near the middle of the component's values, so that what is left is small.
@@ -112,14 +53,26 @@ void makeSingle(ArrayImage& image, std::size_t components, bool shift) {
   if (shift) image.shift = offset;
 }
 
+/// The bytes of a long double that are no part of the number hold whatever memory held before.
+void clearPadding(ArrayImage& image) {
+  constexpr std::size_t kUsed = std::numeric_limits<long double>::digits == 64 ? 10 : 16;
+  image.own.assign(image.bytes.begin(), image.bytes.end());
+  for (std::size_t i = 0; i < image.own.size(); i += sizeof(long double))
+    std::fill(image.own.begin() + static_cast<std::ptrdiff_t>(i + kUsed),
+              image.own.begin() + static_cast<std::ptrdiff_t>(i + sizeof(long double)),
+              std::byte{0});
+  image.bytes = image.own;
+}
+
 }  // namespace
 
-DataExtent extentOf(const MemBase& array) {
-  if (const auto* uniform = dynamic_cast<const UniformCartesianArray*>(&array))
-    return uniform->extent();
-  if (array.nElements() == 0 || array.getPtr() == nullptr) return {};
-  std::vector<std::byte> own;
-  return extentOf(array, gathered(array, own));
+bool hasAllElements(const MemBase& array) {
+  const HyperslabParameters lie = array.getHyperslabParameters();
+  std::uint64_t elements = 0;
+  std::uint64_t last = 0;
+  if (!array.getSize().product(1, elements)) return false;
+  return elements == 0 ||
+         (!__builtin_mul_overflow(lie.first + elements - 1, lie.stride, &last) && last < lie.count);
 }
 
 ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules) {
@@ -128,11 +81,12 @@ ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules) {
   image.shape = array->getSize();
   image.numberSize = array->typeIndex().ComponentSize;
   if (array->nElements() == 0) return image;
-  image.bytes = gathered(*array, image.own);
+  image.bytes = contiguousBytes(*array, image.own);
   if (rules.computeExtent) image.extent = extentOf(*array, image.bytes);
   const QuiltTypeIndex& type = array->typeIndex();
   if (rules.singlePrecision && type.ComponentTypeName == "double" && type.Components <= 3)
     makeSingle(image, type.Components, rules.shift);
+  if (type.ComponentTypeName == "long double") clearPadding(image);
   return image;
 }
 

@@ -5,32 +5,34 @@
 #include <cstring>
 
 #include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/format_names.h"
+#include "recast/sheaf/storage/groups.h"
 
 namespace Quilt::Storage {
 namespace {
 
-constexpr const char* kTable = "@fragments";
 constexpr const char* kName = "name";
 
-/// One column: a member of the row. `width` numbers of `type`, of which the file may hold fewer.
+/// One column: a member of the row.
 struct Column {
   const char* name;
   std::size_t offset;
   hid_t type;
-  std::size_t width;
+  std::size_t width;    // numbers of an array column, of which the file may hold fewer; 0 for one
+  bool always = false;  // also when it says nothing
 };
 
 std::vector<Column> allColumns() {
-  return {{"number", offsetof(FragmentRow, number), H5T_NATIVE_INT64, 0},
-          {"kind", offsetof(FragmentRow, lie), H5T_NATIVE_UINT8, 0},
-          {"rank", offsetof(FragmentRow, rank), H5T_NATIVE_UINT8, 0},
-          {"shape", offsetof(FragmentRow, shape), H5T_NATIVE_UINT64, FragmentRow::kMostAxes},
-          {"offset", offsetof(FragmentRow, offset), H5T_NATIVE_UINT64, 0},
+  return {{"number", offsetof(FragmentRow, number), H5T_NATIVE_INT64, 0, true},
+          {"kind", offsetof(FragmentRow, data.lie), H5T_NATIVE_UINT8, 0, true},
+          {"rank", offsetof(FragmentRow, data.rank), H5T_NATIVE_UINT8, 0, true},
+          {"shape", offsetof(FragmentRow, data.shape), H5T_NATIVE_UINT64, DataPlace::kMostAxes},
+          {"offset", offsetof(FragmentRow, data.offset), H5T_NATIVE_UINT64, 0},
           {"extent", offsetof(FragmentRow, extent), H5T_NATIVE_UINT8, 0},
           {"minimum", offsetof(FragmentRow, minimum), H5T_NATIVE_DOUBLE, 3},
           {"maximum", offsetof(FragmentRow, maximum), H5T_NATIVE_DOUBLE, 3},
-          {"shifted", offsetof(FragmentRow, shifted), H5T_NATIVE_UINT8, 0},
-          {"shift", offsetof(FragmentRow, shift), H5T_NATIVE_DOUBLE, 3},
+          {"shifted", offsetof(FragmentRow, data.shifted), H5T_NATIVE_UINT8, 0},
+          {"shift", offsetof(FragmentRow, data.shift), H5T_NATIVE_DOUBLE, 3},
           {"properties", offsetof(FragmentRow, properties), H5T_NATIVE_UINT8, 0},
           {"location", offsetof(FragmentRow, location), H5T_NATIVE_UINT64, 3},
           {"lower_overlap", offsetof(FragmentRow, lowerOverlap), H5T_NATIVE_UINT64, 3},
@@ -70,16 +72,18 @@ struct PlacedColumn {
   std::size_t fileOffset;  // in the rows as they are read or written
 };
 
-/// A compound type of the placed columns, with the name first if it has a length.
-Id rowType(const std::vector<PlacedColumn>& columns, std::size_t nameLength, std::size_t size) {
+Id nameType(std::size_t length) {
+  Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
+  checked(H5Tset_size(name, length), "lay out table");
+  checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
+  checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
+  return name;
+}
+
+/// A compound type of the placed columns, with the name first if there is one.
+Id rowType(const std::vector<PlacedColumn>& columns, const Id& name, std::size_t size) {
   Id type = own(H5Tcreate(H5T_COMPOUND, size), "lay out table");
-  if (nameLength > 0) {
-    const Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
-    checked(H5Tset_size(name, nameLength), "lay out table");
-    checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
-    checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
-    checked(H5Tinsert(type, kName, 0, name), "lay out table");
-  }
+  if (name.valid()) checked(H5Tinsert(type, kName, 0, name), "lay out table");
   for (const PlacedColumn& placed : columns) {
     const Id member = columnType(placed.column, placed.width);
     checked(H5Tinsert(type, placed.column.name, placed.fileOffset, member), "lay out table");
@@ -102,26 +106,18 @@ bool widthInFile(hid_t table, const Column& column, std::size_t& width) {
     base = Id(H5Tget_super(member));
     number = base;
   }
-  const H5T_class_t kind = H5Tget_class(number);
-  return (kind == H5T_INTEGER || kind == H5T_FLOAT) && (width > 0) == (column.width > 0) &&
-         width <= column.width;
+  return isStandardNumber(number) && (width > 0) == (column.width > 0) && width <= column.width;
 }
 
-void sanitise(FragmentRow& row) {
-  row.rank = std::min<std::uint8_t>(row.rank, FragmentRow::kMostAxes);
-  if (row.lie > Lie::Uniform) row.lie = Lie::Absent;
-  if (row.extent > DataExtent::Kind::Range) row.extent = DataExtent::Kind::None;
-}
-
-std::size_t longestName(const FragmentTable& table) {
-  std::size_t longest = 0;
-  for (const std::string& name : table.names) longest = std::max(longest, name.size());
-  return longest;
+std::size_t longest(const std::vector<std::string>& names) {
+  std::size_t length = 0;
+  for (const std::string& name : names) length = std::max(length, name.size());
+  return length;
 }
 
 }  // namespace
 
-DynamicSize FragmentRow::size() const {
+DynamicSize DataPlace::size() const {
   return DynamicSize(std::vector<std::uint64_t>(shape, shape + rank));
 }
 
@@ -133,9 +129,14 @@ DataExtent FragmentRow::dataExtent() const {
   return result;
 }
 
-void FragmentRow::setSize(const DynamicSize& size) {
+void DataPlace::setSize(const DynamicSize& size) {
   rank = static_cast<std::uint8_t>(std::min(size.rank(), kMostAxes));
   std::copy_n(size.extents().begin(), rank, shape);
+}
+
+void DataPlace::setShift(const std::optional<std::array<double, 3>>& from) {
+  shifted = from ? 1 : 0;
+  if (from) std::copy(from->begin(), from->end(), shift);
 }
 
 void FragmentRow::setExtent(const DataExtent& from) {
@@ -144,71 +145,82 @@ void FragmentRow::setExtent(const DataExtent& from) {
   std::copy(from.maximum, from.maximum + 3, maximum);
 }
 
-void writeTable(hid_t field, const FragmentTable& table) {
-  const std::size_t nameLength = longestName(table);
+FragmentRow FragmentTable::row(std::size_t i) const {
+  FragmentRow row;
+  const char* in = bytes_.data() + i * rowBytes_;
+  auto* out = reinterpret_cast<char*>(&row);
+  for (const TableColumn& column : columns_)
+    std::memcpy(out + column.rowOffset, in + column.fileOffset, column.bytes);
+  row.data.rank = std::min<std::uint8_t>(row.data.rank, DataPlace::kMostAxes);
+  if (row.data.lie > Lie::Uniform) row.data.lie = Lie::Absent;
+  if (row.extent > DataExtent::Kind::Range) row.extent = DataExtent::Kind::None;
+  return row;
+}
+
+std::string FragmentTable::name(std::size_t i) const {
+  const char* start = bytes_.data() + i * rowBytes_;
+  return {start, strnlen(start, nameBytes_)};
+}
+
+void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
+                const std::vector<std::string>& names) {
+  const std::size_t nameLength = longest(names);
   std::vector<PlacedColumn> columns;
   std::size_t size = nameLength;
   for (const Column& column : allColumns()) {
-    const bool always = std::strcmp(column.name, "number") == 0 ||
-                        std::strcmp(column.name, "kind") == 0 ||
-                        std::strcmp(column.name, "rank") == 0;
-    std::size_t width = usedWidth(column, table.rows);
-    if (width == 0 && !always) continue;
+    std::size_t width = usedWidth(column, rows);
+    if (width == 0 && !column.always) continue;
     if (column.width == 0) width = 0;
     columns.push_back({column, width, size});
     size += columnBytes(column, width);
   }
-  std::vector<char> bytes(table.rows.size() * size);
-  for (std::size_t i = 0; i < table.rows.size(); ++i) {
+  std::vector<char> bytes(rows.size() * size);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
     char* out = bytes.data() + i * size;
-    if (nameLength > 0) std::memcpy(out, table.names[i].data(), table.names[i].size());
-    const char* row = reinterpret_cast<const char*>(&table.rows[i]);
+    if (nameLength > 0) std::memcpy(out, names[i].data(), names[i].size());
+    const char* row = reinterpret_cast<const char*>(&rows[i]);
     for (const PlacedColumn& placed : columns)
       std::memcpy(out + placed.fileOffset, row + placed.column.offset,
                   columnBytes(placed.column, placed.width));
   }
-  if (H5Lexists(field, kTable, H5P_DEFAULT) > 0)
-    checked(H5Ldelete(field, kTable, H5P_DEFAULT), "replace table");
-  writeList(field, kTable, rowType(columns, nameLength, size), bytes.data(), table.rows.size(),
-            true);
+  if (hasLink(field, kTableDataset)) removeLink(field, kTableDataset);
+  const Id name = nameLength > 0 ? nameType(nameLength) : Id();
+  writeList(field, kTableDataset, rowType(columns, name, size), bytes.data(), rows.size(), true);
 }
 
 FragmentTable readTable(Q8File& file, hid_t field) {
   FragmentTable table;
-  if (H5Lexists(field, kTable, H5P_DEFAULT) <= 0) return table;
-  const Id dataset = own(H5Dopen2(field, kTable, H5P_DEFAULT), "open table");
+  if (!hasLink(field, kTableDataset)) return table;
+  const Id dataset = openDataset(field, kTableDataset);
   const Id fileRow = own(H5Dget_type(dataset), "read table");
-  const DatasetShape shape = shapeOf(file, dataset, kTable);
-  if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) fail("read table");
-  std::size_t nameLength = 0;
+  const DatasetShape shape = shapeOf(file, dataset, kTableDataset);
+  const auto refuse = [&file] {
+    throw StorageError(file.state().shownName, "read a table of fragments",
+                       "it is laid out otherwise");
+  };
+  if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) refuse();
+  Id name;
   if (const int index = H5Tget_member_index(fileRow, kName); index >= 0) {
-    const Id name(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
-    if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) fail("read table");
-    nameLength = H5Tget_size(name);
+    name = Id(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
+    if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) refuse();
+    table.nameBytes_ = H5Tget_size(name);
   }
   std::vector<PlacedColumn> columns;
-  std::size_t size = nameLength;
+  table.rowBytes_ = table.nameBytes_;
   for (const Column& column : allColumns()) {
     std::size_t width = 0;
     if (!widthInFile(fileRow, column, width)) continue;
-    columns.push_back({column, width, size});
-    size += columnBytes(column, width);
+    columns.push_back({column, width, table.rowBytes_});
+    table.columns_.push_back({column.offset, table.rowBytes_, columnBytes(column, width)});
+    table.rowBytes_ += columnBytes(column, width);
   }
-  if (columns.empty()) fail("read table");
-  const Id type = rowType(columns, nameLength, size);
-  std::vector<char> bytes(shape.numbers * size);
-  checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes.data()), "read table");
-  table.rows.resize(shape.numbers);
-  if (nameLength > 0) table.names.resize(shape.numbers);
-  for (std::size_t i = 0; i < shape.numbers; ++i) {
-    const char* in = bytes.data() + i * size;
-    if (nameLength > 0) table.names[i].assign(in, strnlen(in, nameLength));
-    char* row = reinterpret_cast<char*>(&table.rows[i]);
-    for (const PlacedColumn& placed : columns)
-      std::memcpy(row + placed.column.offset, in + placed.fileOffset,
-                  columnBytes(placed.column, placed.width));
-    sanitise(table.rows[i]);
-  }
+  // A file's row may be padded, but not made of nothing: that would let few bytes claim many rows.
+  if (columns.empty() || table.rowBytes_ > 16 * shape.numberSize) refuse();
+  const Id type = rowType(columns, name, table.rowBytes_);
+  table.bytes_.resize(shape.numbers * table.rowBytes_);
+  if (shape.numbers > 0)
+    checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.bytes_.data()),
+            "read table");
   return table;
 }
 

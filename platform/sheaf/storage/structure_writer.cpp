@@ -5,16 +5,11 @@
 #include "recast/larder/chunk.h"
 #include "recast/perch/bounding_box.h"
 #include "recast/sheaf/storage/attribute_io.h"
+#include "recast/sheaf/storage/format_names.h"
 #include "recast/sheaf/storage/link_names.h"
 
 namespace Quilt::Storage {
 namespace {
-
-constexpr const char* kFormat = "recast q8";
-
-Id groupAt(Q8File& file, const std::vector<std::string>& path) {
-  return FieldStore(FileHandle(&file), path, "").openGroup();
-}
 
 template <int Property>
 void takeTriple(const FragmentID& fragment, FragmentRow& row, std::uint64_t (&target)[3]) {
@@ -24,11 +19,34 @@ void takeTriple(const FragmentID& fragment, FragmentRow& row, std::uint64_t (&ta
   for (std::size_t i = 0; i < 3; ++i) target[i] = (*triple)[i];
 }
 
-/// The attributes of a packed fragment but "CellSize", which stands in the table.
+std::int64_t numberOf(const FragmentID* fragment) {
+  return fragment != nullptr ? std::int64_t{fragment->number()} : FragmentRow::kUndivided;
+}
+
+CreatorHandle madeCreator(const Field& field, const FragmentID* fragment) {
+  return fragment != nullptr ? field.madeCreator(fragment->number()) : field.madeWholeCreator();
+}
+
+/// Whether the identifiers are those of a regular lattice and no others.
+bool isLattice(const FragmentIDCollection& fragments) {
+  std::uint64_t places = 0;
+  const DynamicSize& lattice = fragments.latticeSize();
+  return lattice.rank() == 3 && lattice.product(1, places) &&
+         places == fragments.NumberOfFragmentIDs();
+}
+
+/// The attributes of a fragment but for the one that the table holds.
 struct OtherAttributes : Larder::Attributes {
-  explicit OtherAttributes(const Larder::Attributes& all) {
-    for (const auto& [name, value] : all.attributes())
-      if (name != "CellSize") setAttribute(name, value);
+  explicit OtherAttributes(const CreativeArrayBase& creator, FragmentRow& row) {
+    for (const auto& [name, value] : creator.attributes()) {
+      const auto cellSize = value.castTo<Larder::Chunk<double>>();
+      if (name == kCellSize && cellSize && cellSize->size() == 1) {
+        row.cellSize = (*cellSize)[0];
+        row.attributes = FragmentRow::kCellSizeInTable;
+      } else {
+        setAttribute(name, value);
+      }
+    }
   }
 };
 
@@ -51,183 +69,178 @@ void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
 }
 
 void StructureWriter::handOverMissing(const Bundle& bundle) {
-  forEachField(bundle, [this](const Field& field, unsigned long long, Donors&) {
-    handOverMissing(field);
-  });
+  forEachField(bundle,
+               [this](const Field& field, unsigned long long, Donors&) { handOverMissing(field); });
 }
 
 void StructureWriter::handOverMissing(const Field& field) {
+  // What the file holds of the field is looked at while it stands still: before anything more is
+  // handed over, and after all that was is written.
   writer_.drain();
-  const auto type = field.getElementType();
-  FieldStore* store = nullptr;
-  {
-    const std::lock_guard lock(writer_.mutex_);
-    store = &writer_.storeOf(*field.placement(), type ? type->TypeName : std::string());
-  }
-  const auto handOver = [&](const Larder::StrongPtr<FragmentID>& fragment, std::int64_t number,
-                            const CreatorHandle& creator) {
-    if (!creator || store->row(number) != nullptr) return;
-    const MemBaseHandle array = creator->get();
-    if (!array)
-      throw StorageError(writer_.file()->state().shownName,
-                         "write field " + field.placement()->FieldName,
-                         "the data of a fragment can't be had");
-    writer_.store(*field.placement(), field, fragment, creator, array, Larder::Cache::MemCache());
-  };
-  // The rows of this field grow in the writer's thread meanwhile, so what is missing is found first.
+  const auto store = writer_.storeOf(*field.placement(), field);
   std::vector<Larder::StrongPtr<FragmentID>> missing;
-  for (const auto& fragment : field.getFragmentIDs())
-    if (fragment && store->row(fragment->number()) == nullptr) missing.push_back(fragment);
-  const bool wholeMissing = store->row(FragmentRow::kUndivided) == nullptr;
-  for (const auto& fragment : missing) {
-    const auto creator = field.getCreatorByNumber(fragment->number());
-    if (creator) {
-      const MemBaseHandle array = creator->get();
-      if (!array)
-        throw StorageError(writer_.file()->state().shownName,
-                           "write field " + field.placement()->FieldName,
-                           "the data of the fragment " + fragment->name() + " can't be had");
-      writer_.store(*field.placement(), field, fragment, creator, array,
-                    Larder::Cache::MemCache());
-    }
-  }
-  if (wholeMissing) handOver(nullptr, FragmentRow::kUndivided, field.getCreator(nullptr));
+  if (const auto fragments = field.getFragmentIDCollection())
+    for (const auto& fragment : fragments->identifiers())
+      if (fragment && !store->holdsDataOf(field, fragment->number())) missing.push_back(fragment);
+  if (!store->holdsDataOf(field, FragmentRow::kUndivided)) missing.emplace_back();
+  for (const auto& fragment : missing) handOver(field, fragment);
+}
+
+void StructureWriter::handOver(const Field& field, const Larder::StrongPtr<FragmentID>& fragment) {
+  const Placement& place = *field.placement();
+  if (!writer_.isWanted(place, field, fragment.rawptr())) return;
+  const CreatorHandle creator = field.getCreator(fragment);
+  if (!creator) return;
+  const MemBaseHandle array = creator->get();
+  if (!array)
+    writer_.refuse(place, "the data of the fragment \"" + (fragment ? fragment->name() : "") +
+                              "\" can't be had");
+  writer_.store(place, field, fragment, creator, array, Larder::Cache::MemCache());
 }
 
 void StructureWriter::writeStructure(const Bundle& bundle) {
-  writeGroups(bundle);
+  {
+    Q8File& file = *writer_.main_.file;
+    const Hdf5Lock lock(file.state());
+    const Id root = makeGroup(file, {});
+    writeText(root, kFormatAttribute, kFormatName);
+    const unsigned long long version = kFormatVersion;
+    writeNumbers(root, kVersionAttribute, &version, 1);
+    writeAttributes(root, bundle);
+    for (const auto& [time, slice] : bundle)
+      if (writer_.storage_->isSaveableTime(time)) writeSlice(time, *slice);
+  }
   forEachField(bundle, [this](const Field& field, unsigned long long index, Donors& donors) {
     writeField(field, index, donors);
   });
 }
 
-void StructureWriter::writeGroups(const Bundle& bundle) {
+void StructureWriter::writeSlice(double time, const Slice& slice) {
+  const LinkPath path = {timeName(time)};
+  const Id group = makeGroup(*writer_.main_.file, path);
+  writeNumbers(group, kTimeAttribute, &time, 1);
+  writeAttributes(group, slice);
+  unsigned long long index = 0;
+  for (const auto& [id, grid] : slice)
+    writeGrid(below(path, escapedName(id->name())), *grid, index++);
+}
+
+void StructureWriter::writeGrid(const LinkPath& path, const Grid& grid, unsigned long long index) {
   Q8File& file = *writer_.main_.file;
-  const Hdf5Lock lock(file.state());
-  const Id root = own(H5Gopen2(file.id(), "/", H5P_DEFAULT), "open group", "/");
-  writeText(root, "@format", kFormat);
-  const unsigned long long version = 1;
-  writeNumbers(root, "@version", &version, 1);
-  writeAttributes(root, bundle);
-  for (const auto& [time, slice] : bundle) {
-    if (!writer_.storage_->isSaveableTime(time)) continue;
-    std::vector<std::string> path = {escapedName(timeName(time))};
-    const Id sliceGroup = groupAt(file, path);
-    writeNumbers(sliceGroup, "@time", &time, 1);
-    writeAttributes(sliceGroup, *slice);
-    unsigned long long index = 0;
-    for (const auto& [gridID, grid] : *slice) {
-      path.push_back(escapedName(gridID->name()));
-      const Id gridGroup = groupAt(file, path);
-      writeNumbers(gridGroup, "@index", &index, 1);
-      ++index;
-      writeAttributes(gridGroup, *grid);
-      for (const auto& [skeletonID, skeleton] : grid->skeletons()) {
-        path.push_back(escapedName(skeletonID.name()));
-        writeAttributes(groupAt(file, path), *skeleton);
-        unsigned long long representationIndex = 0;
-        for (const auto& representation : skeleton->representations()) {
-          path.push_back(escapedName(representation->name()));
-          const Id group = groupAt(file, path);
-          writeNumbers(group, "@index", &representationIndex, 1);
-          ++representationIndex;
-          writeAttributes(group, *representation);
-          path.pop_back();
-        }
-        path.pop_back();
-      }
-      path.pop_back();
+  const Id group = makeGroup(file, path);
+  writeNumbers(group, kIndexAttribute, &index, 1);
+  writeAttributes(group, grid);
+  for (const auto& [id, skeleton] : grid.skeletons()) {
+    const LinkPath skeletonPath = below(path, escapedName(id.name()));
+    writeAttributes(makeGroup(file, skeletonPath), *skeleton);
+    unsigned long long representationIndex = 0;
+    for (const auto& representation : skeleton->representations()) {
+      const Id object = makeGroup(file, below(skeletonPath, escapedName(representation->name())));
+      writeNumbers(object, kIndexAttribute, &representationIndex, 1);
+      ++representationIndex;
+      writeAttributes(object, *representation);
     }
   }
 }
 
 void StructureWriter::writeField(const Field& field, unsigned long long index, Donors& donors) {
-  const Placement& place = *field.placement();
-  FieldStore& store = writer_.storeOf(place, "");
-  const auto fragments = field.getFragmentIDCollection();
-  bool isDonor = true;
-  if (fragments) {
-    const auto [donor, isNew] = donors.try_emplace(fragments.rawptr(), place.FieldName);
-    isDonor = isNew;
-    const Hdf5Lock lock(store.file()->state());
-    const Id group = store.openGroup();
-    if (!isNew) writeText(group, "@identifiers", donor->second);
-    if (const DynamicSize& lattice = fragments->latticeSize(); isNew && lattice.rank() == 3) {
-      const unsigned long long counts[] = {lattice[0], lattice[1], lattice[2]};
-      writeNumbers(group, "@lattice", counts, 3);
-      writeText(group, "@prefix", fragments->latticePrefix());
+  const auto store = writer_.storeOf(*field.placement(), field);
+  bool isDonor = false;
+  {
+    const Hdf5Lock lock(store->file()->state());
+    isDonor = writeIdentifiers(store->group(), field, donors);
+  }
+  Table table = tableOf(*store, field, isDonor);
+  {
+    const Hdf5Lock lock(store->file()->state());
+    const hid_t group = store->group();
+    writeText(group, kTypeAttribute, store->typeName());
+    writeNumbers(group, kIndexAttribute, &index, 1);
+    removeAttribute(group, kBoxAttribute);
+    if (const auto box = field.findInterface<Heron::BoundingBox>(); box && !box->empty()) {
+      const auto& [low, high] = box->box();
+      const double corners[] = {low[0], low[1], low[2], high[0], high[1], high[2]};
+      writeNumbers(group, kBoxAttribute, corners, 6);
     }
+    writeAttributes(group, field);
+    store->removeOthers(std::move(table.used));
+    writeTable(group, table.rows, table.names);
+    store->closeGroup();
   }
-  const FragmentTable table = tableOf(store, field, isDonor);
-  const Hdf5Lock lock(store.file()->state());
-  const Id group = store.openGroup();
-  writeText(group, "@type", store.typeName());
-  writeNumbers(group, "@index", &index, 1);
-  if (const auto box = field.findInterface<Heron::BoundingBox>(); box && !box->empty()) {
-    const auto& [low, high] = box->box();
-    const double corners[] = {low[0], low[1], low[2], high[0], high[1], high[2]};
-    writeNumbers(group, "@box", corners, 6);
-  }
-  writeAttributes(group, field);
-  store.writeTable(table);
-  writer_.storage_->isSaved(FieldID(place.FieldName));
+  writer_.storage_->isSaved(FieldID(field.placement()->FieldName));
 }
 
-FragmentTable StructureWriter::tableOf(FieldStore& store, const Field& field, bool isDonor) {
-  FragmentTable table;
+bool StructureWriter::writeIdentifiers(hid_t group, const Field& field, Donors& donors) {
+  for (const char* former : {kIdentifiersAttribute, kLatticeAttribute, kPrefixAttribute})
+    removeAttribute(group, former);
   const auto fragments = field.getFragmentIDCollection();
-  const bool named = !fragments || fragments->latticeSize().rank() == 0;
-  const auto add = [&](const FragmentID* fragment, std::int64_t number) {
-    FragmentRow* known = store.row(number);
-    if (known == nullptr && !(isDonor && fragment != nullptr)) return;
-    FragmentRow row = known != nullptr ? *known : FragmentRow{};
-    row.number = number;
-    finishRow(store, field, fragment, row);
-    table.rows.push_back(row);
-    if (named) table.names.push_back(fragmentLink(fragment));
-  };
+  if (!fragments) return true;
+  const auto [donor, isNew] = donors.try_emplace(fragments.rawptr(), field.placement()->FieldName);
+  if (!isNew) {
+    writeText(group, kIdentifiersAttribute, donor->second);
+    return false;
+  }
+  if (isLattice(*fragments)) {
+    const DynamicSize& lattice = fragments->latticeSize();
+    const unsigned long long counts[] = {lattice[0], lattice[1], lattice[2]};
+    writeNumbers(group, kLatticeAttribute, counts, 3);
+    writeText(group, kPrefixAttribute, fragments->latticePrefix());
+  }
+  return true;
+}
+
+StructureWriter::Table StructureWriter::tableOf(FieldStore& store, const Field& field,
+                                                bool isDonor) {
+  Table table;
+  const auto fragments = field.getFragmentIDCollection();
+  const bool named = !fragments || !isLattice(*fragments);
   if (fragments)
-    for (const auto& fragment : fragments->identifiers()) add(fragment.rawptr(), fragment->number());
-  add(nullptr, FragmentRow::kUndivided);
+    for (const auto& fragment : fragments->identifiers())
+      addRow(table, store, field, fragment.rawptr(), isDonor, named);
+  addRow(table, store, field, nullptr, isDonor, named);
+  const auto& rows = table.rows;
+  const auto isPacked = [](const FragmentRow& row) { return row.data.lie == Lie::Packed; };
+  if (std::any_of(rows.begin(), rows.end(), isPacked))
+    table.used.insert(table.used.end(), {kPackedDataset, kAttributesGroup});
   return table;
 }
 
-void StructureWriter::finishRow(FieldStore& store, const Field& field, const FragmentID* fragment,
-                                FragmentRow& row) {
+void StructureWriter::addRow(Table& table, FieldStore& store, const Field& field,
+                             const FragmentID* fragment, bool isDonor, bool named) {
+  const std::int64_t number = numberOf(fragment);
+  const bool hasData = store.holdsDataOf(field, number);
+  if (!hasData && !(isDonor && fragment != nullptr)) return;
+  FragmentRow row = hasData ? *store.rowOf(number) : FragmentRow{};
+  row.number = number;
   if (fragment != nullptr) {
     takeTriple<PlaceInGrid>(*fragment, row, row.location);
     takeTriple<LowerOverlap>(*fragment, row, row.lowerOverlap);
     takeTriple<UpperOverlap>(*fragment, row, row.upperOverlap);
   }
-  const auto creator =
-      fragment != nullptr ? field.madeCreator(fragment->number()) : field.madeWholeCreator();
-  if (!creator || row.lie == Lie::Absent) return;
-  if (row.extent == DataExtent::Kind::None) row.setExtent(creator->extent());
-  if (creator->attributes().empty()) return;
+  const std::string link = fragmentLink(fragment);
+  if (const auto creator = madeCreator(field, fragment); hasData && creator) {
+    row.setExtent(creator->extent());
+    writeFragmentAttributes(store, link, *creator, row);
+  }
+  if (hasData && row.data.lie != Lie::Packed) table.used.push_back(link);
+  if (named) table.names.push_back(link);
+  table.rows.push_back(row);
+}
+
+void StructureWriter::writeFragmentAttributes(FieldStore& store, const std::string& link,
+                                              const CreativeArrayBase& creator, FragmentRow& row) {
+  const bool hadAny = std::exchange(row.attributes, std::uint8_t{0}) != 0;
+  const OtherAttributes others(creator, row);
+  const bool packed = row.data.lie == Lie::Packed;
+  if (!others.attributes().empty()) row.attributes |= FragmentRow::kAttributesOnObject;
+  const bool hasAny = packed ? !others.attributes().empty() : !creator.attributes().empty();
+  if (!hasAny && !hadAny) return;
   const Hdf5Lock lock(store.file()->state());
-  if (row.lie != Lie::Packed) {
-    const std::string path = store.groupPath() + "/" + fragmentLink(fragment);
-    const Id object = own(H5Oopen(store.file()->id(), path.c_str(), H5P_DEFAULT), "open", path);
-    writeAttributes(object, *creator);
-    row.attributes = 1;
-    return;
-  }
-  const auto cellSize = creator->getAttribute("CellSize").castTo<Larder::Chunk<double>>();
-  if (cellSize && cellSize->size() == 1) {
-    row.cellSize = (*cellSize)[0];
-    row.attributes = 2;
-  }
-  if (const OtherAttributes others(*creator); !others.attributes().empty()) {
-    std::vector<std::string> path;
-    for (std::size_t start = 1; start < store.groupPath().size();) {
-      const std::size_t end = std::min(store.groupPath().find('/', start), store.groupPath().size());
-      path.push_back(store.groupPath().substr(start, end - start));
-      start = end + 1;
-    }
-    path.insert(path.end(), {"@attributes", std::to_string(row.number)});
-    writeAttributes(groupAt(*store.file(), path), others);
-    row.attributes = static_cast<std::uint8_t>(row.attributes | 1U);
-  }
+  if (packed)
+    writeAttributes(makeGroup(*store.file(), below(below(store.path(), kAttributesGroup), link)),
+                    others);
+  else  // an object of its own shows all of them to readers that know nothing of the table
+    writeAttributes(openObject(store.group(), link), creator);
 }
 
 }  // namespace Quilt::Storage

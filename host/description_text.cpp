@@ -1,0 +1,110 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "bundle_description.h"
+
+namespace RecastHost {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kMostFragments = 10;
+
+std::string number(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.10g", value);
+  return text;
+}
+
+std::string list(const Json& values, const char* separator) {
+  std::string text;
+  for (const Json& value : values) {
+    if (!text.empty()) text += separator;
+    text += value.is_number_float() ? number(value.get<double>()) : value.dump();
+  }
+  return text;
+}
+
+/// A value on one line; a long text is cut.
+std::string shown(const Json& value) {
+  constexpr std::size_t kMost = 60;
+  if (value.is_number_float()) return number(value.get<double>());
+  std::string text = value.dump();
+  if (text.size() > kMost) text = text.substr(0, kMost) + "...";
+  return text;
+}
+
+class TreeText {
+ public:
+  std::string text;
+
+  void bundle(const Json& description) {
+    attributes(description, 0);
+    for (const Json& slice : description["slices"]) {
+      line(0, "slice at time " + number(slice["time"]));
+      attributes(slice, 1);
+      for (const Json& grid : slice["grids"]) this->grid(grid);
+    }
+  }
+
+ private:
+  void line(int depth, const std::string& content) {
+    text += std::string(static_cast<std::size_t>(depth) * 2, ' ') + content + "\n";
+  }
+
+  void attributes(const Json& object, int depth) {
+    if (!object.contains("attributes")) return;
+    for (const auto& [name, value] : object["attributes"].items())
+      line(depth, "@ " + name + " = " + shown(value));
+  }
+
+  void grid(const Json& grid) {
+    line(1, "grid " + grid["name"].dump());
+    attributes(grid, 2);
+    for (const Json& representation : grid["representations"]) {
+      line(2, representation["skeleton"].get<std::string>() + " / " +
+                  representation["name"].get<std::string>());
+      attributes(representation, 3);
+      for (const Json& field : representation["fields"]) this->field(field);
+    }
+  }
+
+  void field(const Json& field) {
+    const Json& fragments = field["fragments"];
+    std::uint64_t elements = 0;
+    for (const Json& fragment : fragments) elements += fragment["elements"].get<std::uint64_t>();
+    std::string head = "field " + field["name"].dump() + ": " + field["type"].get<std::string>();
+    if (!fragments.empty())
+      head += ", " + std::to_string(elements) + " elements in " + std::to_string(fragments.size()) +
+              " of " + field["identifiers"].dump() + " fragments";
+    if (field.contains("lattice")) head += ", lattice " + list(field["lattice"], " x ");
+    line(3, head);
+    attributes(field, 4);
+    for (std::size_t i = 0; i < std::min(fragments.size(), kMostFragments); ++i)
+      fragment(fragments[i]["name"].dump(), fragments[i]);
+    if (fragments.size() > kMostFragments)
+      line(4, "... and " + std::to_string(fragments.size() - kMostFragments) + " more");
+    if (field.contains("undivided")) fragment("undivided", field["undivided"]);
+  }
+
+  void fragment(const std::string& name, const Json& fragment) {
+    std::string content = name + ": " + list(fragment["shape"], " x ");
+    if (fragment.contains("range")) content += ", " + list(fragment["range"], " to ");
+    if (fragment.contains("box"))
+      content += ", from (" + list(fragment["box"][0], ", ") + ") to (" +
+                 list(fragment["box"][1], ", ") + ")";
+    if (fragment.contains("location")) content += ", at " + list(fragment["location"], ", ");
+    line(4, content);
+    attributes(fragment, 5);
+  }
+};
+
+}  // namespace
+
+std::string asText(const nlohmann::ordered_json& description) {
+  TreeText tree;
+  tree.bundle(description);
+  return tree.text;
+}
+
+}  // namespace RecastHost

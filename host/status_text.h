@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace RecastHost {
+
+/// What a status means, as the end of a sentence: of the raster converter, of the terrain import,
+/// of the column import.
+std::string rasterStatusText(int status);
+std::string terrainStatusText(int status);
+std::string columnStatusText(int status);
+
+}  // namespace RecastHost

@@ -1,0 +1,125 @@
+#include "recast/larder/console.h"
+#include "recast/sheaf/bundle.h"
+#include "recast/sheaf/storage/bundle_writer.h"
+#include "recast/sheaf/storage/structure_loader.h"
+#include "recast/sheaf/storage/structure_reader.h"
+
+// How a bundle meets its file.
+namespace Quilt {
+namespace {
+
+constexpr int kCannotBind = 1;
+constexpr int kBoundAlready = 2;
+constexpr int kCannotSave = 3;
+
+void reportMessage(const ProgressHandle& progress, const std::string& text) {
+  if (progress) progress->reportMessage(text);
+}
+
+void readStructure(const Storage::FileHandle& file, Bundle& bundle) {
+  Storage::StructureLoader(file, bundle).load(Storage::StructureReader(*file).read());
+}
+
+}  // namespace
+
+Bundle::Bundle() : anchor_(Larder::makeStrong<BundleAnchor>()) {}
+Bundle::~Bundle() = default;
+
+BindResult Bundle::bindToNew(const std::string& name, const StorageHandle& storage) {
+  return bind(name, storage, false);
+}
+
+BindResult Bundle::bindTo(const std::string& name, const StorageHandle& storage,
+                          const ProgressHandle& progress) {
+  reportMessage(progress, "Opening " + name);
+  return bind(name, storage, true);
+}
+
+BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, bool existing) {
+  if (writer_) return {kBoundAlready, "the bundle is bound to a file already"};
+  try {
+    const auto writer = Larder::makeStrong<Storage::BundleWriter>(name, storage, existing, true);
+    if (existing) readStructure(writer->file(), *this);
+    writer_ = writer;
+    anchor_->setSink(writer);
+    return {};
+  } catch (const std::exception& error) {
+    valid_ = false;
+    return {kCannotBind, error.what()};
+  }
+}
+
+BindResult Bundle::complete() {
+  if (!writer_) return {};
+  anchor_->setSink(nullptr);
+  const auto writer = std::move(writer_);
+  try {
+    writer->complete(*this);
+    return {};
+  } catch (const std::exception& error) {
+    return {kCannotSave, error.what()};
+  }
+}
+
+void Bundle::extremeUnction() {
+  if (const BindResult result = complete(); result.number != 0)
+    Larder::Console() << result.text << "; the file was not completed.";
+}
+
+Larder::StrongPtr<Bundle> Bundle::load(
+    bool& ok, const Larder::StrongPtr<Larder::LoaderParameters>& parameters,
+    const Larder::StrongPtr<Bundle>& into) {
+  ok = false;
+  const auto files = parameters ? parameters->files() : nullptr;
+  if (!files || files->size() != 1) {
+    Larder::Console() << "A bundle is loaded from exactly one file.";
+    return into;
+  }
+  const std::string& name = (*files)[0];
+  reportMessage(parameters->findInterface<Larder::LoaderProgress>(), "Loading " + name);
+  try {
+    const auto file = Larder::makeStrong<Storage::Q8File>(name, name, Storage::Q8File::Mode::Read);
+    const auto bundle = into && parameters->merge() ? into : Larder::makeStrong<Bundle>();
+    readStructure(file, *bundle);
+    ok = true;
+    return bundle;
+  } catch (const std::exception& error) {
+    Larder::Console() << error.what();
+    return into;
+  }
+}
+
+BindResult Bundle::save(const std::string& name, const ProgressHandle& progress,
+                        const StorageHandle& storage) const {
+  reportMessage(progress, "Saving " + name);
+  try {
+    Storage::BundleWriter(name, storage, false, false).complete(*this);
+    return {};
+  } catch (const std::exception& error) {
+    Larder::Console() << error.what();
+    return {kCannotSave, error.what()};
+  }
+}
+
+void Bundle::sync() {
+  if (writer_) writer_->drain();
+  dropFromCache();
+}
+
+void Bundle::dropFromCache() const {
+  auto& cache = Larder::Cache::MemCache();
+  const auto drop = [&cache](const CreatorHandle& creator) {
+    if (!creator || !creator->stored()) return;
+    if (const auto data = creator->present()) cache.drop(*data);
+  };
+  for (const auto& [time, slice] : slices_)
+    for (const auto& [gridID, grid] : *slice)
+      for (const auto& [skeletonID, skeleton] : grid->skeletons())
+        for (const auto& representation : skeleton->representations())
+          representation->iterate([&drop](const FieldID&, const Field& field) {
+            field.forEachMadeCreator(drop);
+            return true;
+          });
+}
+
+}  // namespace Quilt

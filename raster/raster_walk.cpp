@@ -1,0 +1,95 @@
+#include "recast/raster/raster_walk.h"
+
+#include <array>
+#include <cmath>
+
+namespace Recast {
+namespace {
+
+using Heron::PhysicalSpace;
+
+constexpr double kNoDataDistance = 0.001;
+
+/// The vector from one neighbour to the other along an axis, at unit length: (step, rise).
+struct UnitTangent {
+  double along;
+  double up;
+
+  UnitTangent(double step, double rise) {
+    const double length = std::sqrt(step * step + rise * rise);
+    along = step / length;
+    up = rise / length;
+  }
+};
+
+/// u x v of u = (x.along, 0, x.up) and v = (0, y.along, y.up). The zeros stand in the products so
+/// that signs and NaN come out as from a general cross product.
+PhysicalSpace::bivector crossed(const UnitTangent& x, const UnitTangent& y) {
+  constexpr double uy = 0.0;
+  constexpr double vx = 0.0;
+  return {uy * y.up - x.up * y.along, x.up * vx - x.along * y.up, x.along * y.along - uy * vx};
+}
+
+struct Walk {
+  const HeightArray& heights;
+  double noData;
+  double cellX, cellY;
+  PhysicalSpace::point origin;
+  float noDataHeight = static_cast<float>(noData);
+  float stepX = static_cast<float>(2.0 * cellX);
+  float stepY = static_cast<float>(2.0 * cellY);
+
+  bool holdsValue(float z) const {
+    return std::fabs(static_cast<double>(z) - noData) > kNoDataDistance;
+  }
+  /// The neighbour's height, or z in place of none.
+  float neighbour(float height, float z) const {
+    return std::fabs(static_cast<double>(height) - noData) < kNoDataDistance ? z : height;
+  }
+  /// \param row the heights of row j of a layer. \param below, above those of its neighbours, or
+  /// null.
+  void row(const float* row, const float* below, const float* above, std::uint64_t j,
+           std::uint64_t stride, RasterCloud& cloud) const;
+};
+
+void Walk::row(const float* row, const float* below, const float* above, std::uint64_t j,
+               std::uint64_t stride, RasterCloud& cloud) const {
+  const std::uint64_t nx = heights.dims[0];
+  const double y = static_cast<double>(j) * cellY + origin.y();
+  for (std::uint64_t i = 0; i < nx; ++i) {
+    const std::uint64_t place = i * stride;
+    const float z = row[place];
+    if (!holdsValue(z)) continue;
+    const float left = neighbour(i > 0 ? row[place - stride] : noDataHeight, z);
+    const float right = neighbour(i + 1 < nx ? row[place + stride] : noDataHeight, z);
+    const float down = neighbour(below != nullptr ? below[place] : noDataHeight, z);
+    const float up = neighbour(above != nullptr ? above[place] : noDataHeight, z);
+    cloud.points->emplace_back(static_cast<double>(i) * cellX + origin.x(), y,
+                               static_cast<double>(z));
+    const float riseX = right - left;
+    const float riseY = up - down;
+    cloud.normals->push_back(crossed(UnitTangent(stepX, riseX), UnitTangent(stepY, riseY)));
+  }
+}
+
+}  // namespace
+
+RasterCloud walkRaster(const HeightArray& heights, double noData, const PhysicalSpace::vector& cell,
+                       const PhysicalSpace::point& origin) {
+  const auto& [nx, ny, nz] = std::array{heights.dims[0], heights.dims[1], heights.dims[2]};
+  const std::uint64_t cells = heights.dims.product();
+  RasterCloud cloud;
+  cloud.points = Larder::makeStrong<Larder::Chunk<PhysicalSpace::point>>(cells, true);
+  cloud.normals = Larder::makeStrong<Larder::Chunk<PhysicalSpace::bivector>>(cells, true);
+  if (heights.data == nullptr) return cloud;
+  const Walk walk{heights, noData, cell.x(), cell.y(), origin};
+  const std::uint64_t rowStep = nx * heights.stride;
+  const float* row = heights.data + heights.getHyperslabParameters().first * heights.stride;
+  for (std::uint64_t k = 0; k < nz; ++k)
+    for (std::uint64_t j = 0; j < ny; ++j, row += rowStep)
+      walk.row(row, j > 0 ? row - rowStep : nullptr, j + 1 < ny ? row + rowStep : nullptr, j,
+               heights.stride, cloud);
+  return cloud;
+}
+
+}  // namespace Recast

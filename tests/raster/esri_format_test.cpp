@@ -1,0 +1,144 @@
+#include "raster_files.h"
+#include <gtest/gtest.h>
+
+namespace {
+
+using TestSupport::ConvertedRaster;
+
+std::string header(const std::string& more = "") {
+  return "ncols 3\nnrows 2\nxllcorner 3000100\nyllcorner 5000200\ncellsize 10\n" + more;
+}
+
+const std::string kBody = "1 2 3\n4 5 6\n";
+
+struct Spelling {
+  const char* name;
+  std::string text;
+};
+
+// What several producers write; all of it is the same raster.
+const Spelling kSpellings[] = {
+    {"plain", header() + kBody},
+    {"upper case and tabs",
+     "NCOLS\t3\nNROWS\t2\nXLLCORNER\t3000100\nYLLCORNER\t5000200\n"
+     "CELLSIZE\t10\n" +
+         kBody},
+    {"other order, padded",
+     "cellsize      10.0\nyllcorner     5000200.000000\n"
+     "xllcorner     3000100.000000000000\nnrows  2\nncols   3\n" +
+         kBody},
+    {"centre form",
+     "ncols 3\nnrows 2\nxllcenter 3000105\nyllcenter 5000205\ncellsize 10\n" + kBody},
+    {"corner form by x alone",
+     "ncols 3\nnrows 2\nxllcorner 3000100\nyllcenter 5000200\n"
+     "cellsize 10\n" +
+         kBody},
+    {"carriage returns",
+     "ncols 3\r\nnrows 2\r\nxllcorner 3000100\r\nyllcorner 5000200\r\n"
+     "cellsize 10\r\n1 2 3\r\n4 5 6\r\n"},
+    {"no last line end", header() + "1 2 3\n4 5 6"},
+    {"leading and trailing blanks", header() + " 1  2   3 \n   4 5 6  \n"},
+    {"exponents and signs", header() + "1e0 +2.0E0 30e-1\n400e-2 .5e1 6.\n"},
+    {"hexadecimal", header() + "0x1p0 0x2 3\n4 5 6\n"},
+    {"numbers with a tail", header() + "1x 2,5 3\n4m 5 6\n"},
+    {"more numbers than columns", header() + "1 2 3 99 x\n4 5 6 98\n"},
+    {"cut at a NUL", header() + "1 2 3\n4 5 6" + std::string("\0 junk\n", 7)},
+    {"later value wins", "cellsize 99\nncols 7\n" + header() + kBody},
+    {"value with a tail",
+     "ncols 3abc\nnrows 2.9\nxllcorner 3000100m\nyllcorner 5000200\n"
+     "cellsize 10 metres\n" +
+         kBody},
+    {"empty line between keywords",
+     "ncols 3\n\nnrows 2\nxllcorner 3000100\nyllcorner 5000200\n"
+     "cellsize 10\n" +
+         kBody},
+    {"no-data value in the header", header("NODATA_value -32768\n") + kBody},
+};
+
+TEST(EsriFormat, EverySpellingGivesTheSameRaster) {
+  for (const Spelling& spelling : kSpellings) {
+    SCOPED_TRACE(spelling.name);
+    const ConvertedRaster result(spelling.text);
+    ASSERT_EQ(result.status, 0);
+    EXPECT_EQ(result.fragmentName(), "Offset[10x20x0]");
+    const auto heights = result.heights();
+    ASSERT_TRUE(heights);
+    ASSERT_EQ(heights->Size(), Quilt::MultiIndex<3>(3, 2, 1));
+    // The first line is the northernmost row, the last of the array.
+    const std::vector<float> expected = {4, 5, 6, 1, 2, 3};
+    EXPECT_EQ(std::vector<float>(heights->data, heights->data + 6), expected);
+    ASSERT_EQ(result.points().size(), 6u);
+    EXPECT_EQ(result.points()[0], Heron::PhysicalSpace::point(3000105.0, 5000205.0, 4.0));
+  }
+}
+
+struct Failing {
+  int status;
+  std::string text;
+};
+
+TEST(EsriFormat, FaultsGiveTheirStatus) {
+  const std::string place = "xllcorner 3000100\nyllcorner 5000200\n";
+  const Failing cases[] = {
+      {3, "ncols abc\n"},
+      {3, "ncols 4294967296\n"},
+      {3, header("cellsize 1e999\n") + kBody},
+      {3, "ncols\nnrows 2\n"},
+      {4, ""},
+      {4, header()},
+      {4, header() + "\n\n"},
+      {5, "1 2 3\n"},
+      {5, "\nncols 3\n"},
+      {5, "ncols 3\n" + place + "cellsize 10\n" + kBody},
+      {6, "ncols 3\nnrows 2\nxllcorner 3000100\ncellsize 10\n" + kBody},
+      {7, "ncols 3\nnrows 2\n" + place + kBody},
+      {10, header() + "1 2\n4 5 6\n"},
+      {10, header() + "1\t2\t3\n4 5 6\n"},
+      {10, header() + kBody + "\n"},
+      {10, header() + "comment 1\n" + kBody},
+      {10, header() + "x 1e39\n" + kBody},
+      {11, header() + "1 2 x\n4 5 6\n"},
+      {11, header() + "1 - 3\n4 5 6\n"},
+      {9, "ncols 4294967295\nnrows 4294967295\n" + place + "cellsize 10\n1\n"},
+  };
+  for (const Failing& failing : cases) {
+    SCOPED_TRACE(failing.text);
+    EXPECT_EQ(ConvertedRaster(failing.text).status, failing.status);
+  }
+}
+
+TEST(EsriFormat, LongHeaderLinesAreReadInPieces) {
+  // A first data line longer than a header line may be ends the header and is whole all the same.
+  std::string row = "1";
+  for (int i = 2; i <= 600; ++i) row += " " + std::to_string(i);
+  const ConvertedRaster result(
+      "ncols 600\nnrows 1\nxllcorner 3000000\nyllcorner 5000000\ncellsize 1\n" + row + "\n");
+  ASSERT_EQ(result.status, 0);
+  EXPECT_EQ(result.fragmentName(), "Offset[0x0x0]");
+  EXPECT_EQ(result.heights()->last(), 600.0F);
+}
+
+TEST(EsriFormat, RowsWithoutALineHoldZeroAndSurplusLinesAreToldOf) {
+  const ConvertedRaster shorter("ncols 2\nnrows 3\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2\n");
+  ASSERT_EQ(shorter.status, 0);
+  const auto heights = shorter.heights();
+  EXPECT_EQ(std::vector<float>(heights->data, heights->data + 6),
+            (std::vector<float>{0, 0, 0, 0, 1, 2}));
+  EXPECT_TRUE(shorter.console.contains("in.asc: has 1 data lines for 3 rows"));
+
+  const ConvertedRaster longer(header() + kBody + "7 8 9\n");
+  ASSERT_EQ(longer.status, 0);
+  EXPECT_EQ(longer.heights()->last(), 3.0F);
+  EXPECT_TRUE(longer.console.contains("in.asc: has 3 data lines for 2 rows"));
+}
+
+TEST(EsriFormat, AHeightBeyondFloatRangeReachesTheCaller) {
+  const TestSupport::TempFolder folder;
+  const std::string input = folder.write("in.asc", header() + "1 2 1e39\n4 5 6\n");
+  EXPECT_THROW(Recast::converterEsriRasterToQ8(TestSupport::stringList({input}), folder / "out.q8",
+                                               nullptr, "", ""),
+               std::out_of_range);
+  EXPECT_TRUE(TestSupport::loadBundle(folder / "out.q8")) << "the file is whole all the same";
+}
+
+}  // namespace
