@@ -26,7 +26,7 @@ class RECAST_API CreatorBase : public Creature {
   Handle create(bool onlyIfPresent) {
     const std::lock_guard lock(mutex_);
     if (Handle data = presentLocked()) {
-      data->markAsUsed();
+      cache_->markAsUsed(*data);
       return data;
     }
     if (onlyIfPresent) return nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "recast/larder/chunk.h"
 
@@ -18,7 +19,8 @@ struct RECAST_API FixedArray {
 
   FixedArray() = default;
   template <class... Values>
-  requires(sizeof...(Values) == N && N > 1) FixedArray(Values... v)
+  requires(sizeof...(Values) == N && N > 1 && (std::is_convertible_v<Values, T> && ...))
+      FixedArray(Values... v)
       : values{static_cast<T>(v)...} {}
 
   T& operator[](std::size_t i) { return values[i]; }

@@ -172,14 +172,19 @@ TEST_F(Creators, MakeDataAnewWhenMemoryHasLetItGo) {
 }
 
 TEST_F(Creators, RenewTheUseOfDataThatIsAskedFor) {
-  const auto first = Larder::makeStrong<Maker>();
-  const auto second = Larder::makeStrong<Maker>();
-  first->get();
-  second->get();
-  first->get();
-  Cache::MemCache().setBudget(10);
-  EXPECT_TRUE(first->present());
-  EXPECT_FALSE(second->present());
+  Cache own(1000);
+  for (Cache* cache : {&Cache::MemCache(), &own}) {
+    const auto first = Larder::makeStrong<Maker>();
+    const auto second = Larder::makeStrong<Maker>();
+    for (const auto& maker : {first, second}) {
+      maker->letGo(*cache);
+      maker->get();
+    }
+    first->get();
+    cache->setBudget(10);
+    EXPECT_TRUE(first->present());
+    EXPECT_FALSE(second->present());
+  }
 }
 
 TEST_F(Creators, WithoutCachingLeaveDataToItsUser) {

@@ -37,52 +37,66 @@ void expectParameters(const MemBase& array, std::uint64_t count, std::uint64_t t
   EXPECT_EQ(lie.tail, tail);
 }
 
+// What can be told without the element type and the rank stands in plain functions: the templates
+// below have 64 instances each.
+
+void expectPlainArray(const MemBase& array, const DynamicSize& shape, const std::type_info& type) {
+  std::uint64_t elements = 0;
+  EXPECT_TRUE(shape.product(1, elements));
+  EXPECT_EQ(array.rank(), static_cast<int>(shape.rank()));
+  EXPECT_EQ(array.getSize(), shape);
+  EXPECT_EQ(array.nElements(), elements);
+  EXPECT_EQ(array.getType(), type);
+  EXPECT_EQ(array.typeIndex().TypeName, Larder::Typename(type));
+  EXPECT_EQ(array.memsize(), elements * array.typeIndex().ElementSize);
+  expectParameters(array, elements, 0);
+  EXPECT_EQ(array.getPtr(), array.getChunk()->const_data_ptr());
+  EXPECT_EQ(array.OriginPtr(), nullptr);
+  EXPECT_EQ(array.DeltaPtr(), nullptr);
+  EXPECT_FALSE(array.dataCreator());
+}
+
 TEST(MemArray, StartsWithZerosInMemoryOfItsOwn) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                              std::type_identity<T>,
                                                              const MultiIndex<N>& shape) {
-    const auto array = Larder::makeStrong<Array>(shape, nullptr);
-    const std::uint64_t elements = shape.product();
-    EXPECT_EQ(array->rank(), N);
-    EXPECT_EQ(array->Size(), shape);
-    EXPECT_EQ(array->getSize(), DynamicSize(shape));
-    EXPECT_EQ(array->nElements(), elements);
-    EXPECT_EQ(array->memsize(), elements * sizeof(T));
-    EXPECT_EQ(array->getType(), typeid(T));
-    EXPECT_EQ(array->typeIndex().TypeName, Larder::Typename(typeid(T)));
-    expectParameters(*array, elements, 0);
-    EXPECT_EQ(array->getPtr(), array->getChunk()->const_data_ptr());
-    EXPECT_EQ(array->OriginPtr(), nullptr);
-    EXPECT_EQ(array->DeltaPtr(), nullptr);
-    EXPECT_EQ(array->creator, nullptr);
-    EXPECT_FALSE(array->dataCreator());
-    EXPECT_TRUE(array->first() == T{} && array->last() == T{});
-    EXPECT_TRUE(Array::TypeIsRegistered);
-    const auto like = array->newMemArraynD(shape, nullptr).template castTo<Array>();
-    ASSERT_TRUE(like);
-    (*like)[MultiIndex<N>()] = sample<T>(1);
-    EXPECT_TRUE(array->first() == T{}) << "each has its own chunk";
-    EXPECT_EQ(&array->creativeIterator(), &std::as_const(*array).creativeIterator());
+    const Array array(shape, nullptr);
+    expectPlainArray(array, shape, typeid(T));
+    const auto like = array.newMemArraynD(shape, nullptr);
+    expectPlainArray(*like, shape, typeid(T));
+    EXPECT_NE(like->getPtr(), array.getPtr());
+    EXPECT_TRUE(array.first() == T{} && array.last() == T{} && array.Size() == shape &&
+                array.creator == nullptr && Array::TypeIsRegistered);
   });
+}
+
+/// The elements of `array`, which lies in `chunk` from its start, that are not where they should
+/// be.
+template <int N, class T>
+std::uint64_t misplaced(const MemArray<N, T>& array, const Chunk<T>& chunk) {
+  std::uint64_t wrong = 0;
+  MultiIndex<N> position;
+  do {
+    const std::uint64_t place = TestSupport::placeOf(position, array.dims);
+    const bool right = &array[position] == chunk.data() + place && chunk[place] == sample<T>(place);
+    wrong += right ? 0 : 1;
+  } while (position.inc(array.dims));
+  return wrong;
 }
 
 TEST(MemArray, WrapsAChunkWithoutCopyFirstIndexFastest) {
   TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
                                                              std::type_identity<T>,
                                                              const MultiIndex<N>& shape) {
-    const auto chunk = samples<T>(shape.product());
-    const auto array = Larder::makeStrong<Array>(chunk, shape, nullptr);
-    EXPECT_EQ(array->myChunk(), chunk);
-    EXPECT_EQ(array->getChunk(), chunk);
-    MultiIndex<N> position;
-    do {
-      const std::uint64_t place = TestSupport::placeOf(position, shape);
-      ASSERT_TRUE((*array)[position] == sample<T>(place)) << place;
-      ASSERT_EQ(&(*array)[position], chunk->data() + place);
-    } while (position.inc(shape));
-    EXPECT_TRUE(array->first() == sample<T>(0));
-    EXPECT_TRUE(array->last() == sample<T>(shape.product() - 1));
-    EXPECT_EQ(array->makeMemArray(nullptr), array) << "the same object, no copy";
+    const std::uint64_t elements = shape.product();
+    const auto chunk = samples<T>(elements);
+    const MemBaseHandle handle(new Array(chunk, shape, nullptr));
+    const auto& array = dynamic_cast<const Array&>(*handle);
+    expectPlainArray(array, shape, typeid(T));
+    EXPECT_EQ(misplaced(array, *chunk), 0U);
+    EXPECT_TRUE(array.first() == sample<T>(0) && array.last() == sample<T>(elements - 1));
+    EXPECT_TRUE(array.myChunk() == chunk && array.getChunk() == chunk);
+    EXPECT_TRUE(handle->makeMemArray(nullptr) == handle) << "the same object, no copy";
   });
 }
 
@@ -91,28 +105,33 @@ TEST(MemArray, CountsTheRestOfALongerChunkAsTail) {
                                                              std::type_identity<T>,
                                                              const MultiIndex<N>& shape) {
     const std::size_t longer = shape.product() + 5;
-    const auto array = Larder::makeStrong<Array>(samples<T>(longer), shape, nullptr);
-    EXPECT_EQ(array->nElements(), shape.product());
-    EXPECT_EQ(array->memsize(), longer * sizeof(T)) << "the bytes of the chunk, not of the shape";
-    expectParameters(*array, longer, 5);
-    EXPECT_TRUE(array->last() == sample<T>(shape.product() - 1));
+    const Array array(samples<T>(longer), shape, nullptr);
+    expectParameters(array, longer, 5);
+    EXPECT_TRUE(array.nElements() == shape.product() && array.last() == sample<T>(longer - 6));
+    EXPECT_EQ(array.memsize(), longer * sizeof(T)) << "the bytes of the chunk, not of the shape";
   });
 }
 
+template <class Array, class T, int N>
+bool throwsForItsElements(const Array& array, const MultiIndex<N>& shape) {
+  try {
+    return array[shape] == T{} && false;
+  } catch (const std::logic_error&) {
+    return true;
+  }
+}
+
 TEST(MemArray, HasNoMemoryWithoutAChunkOfItsType) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    const Larder::StrongPtr<Larder::ChunkBase> sources[] = {
-        nullptr, Larder::makeStrong<Chunk<std::string>>(std::size_t{100})};
-    for (const auto& source : sources) {
-      const auto array = Larder::makeStrong<Array>(source, shape, nullptr);
-      expectParameters(*array, 0, 0);
-      EXPECT_EQ(array->getPtr(), nullptr);
-      EXPECT_EQ(array->memsize(), 0U);
-      EXPECT_EQ(array->Size(), shape);
-      EXPECT_TRUE(array->first() == T{} && array->last() == T{});
-      EXPECT_THROW((*array)[MultiIndex<N>()], std::logic_error);
+  const Larder::StrongPtr<Larder::ChunkBase> texts(new Chunk<std::string>(100));
+  TestSupport::forEveryArray([&]<class Array, class T, int N>(std::type_identity<Array>,
+                                                              std::type_identity<T>,
+                                                              const MultiIndex<N>& shape) {
+    for (const auto& source : {Larder::StrongPtr<Larder::ChunkBase>(), texts}) {
+      const Array array(source, shape, nullptr);
+      expectParameters(array, 0, 0);
+      EXPECT_TRUE(array.getPtr() == nullptr && array.memsize() == 0 && !array.getChunk());
+      EXPECT_TRUE(array.first() == T{} && array.last() == T{} && array.Size() == shape);
+      EXPECT_TRUE((throwsForItsElements<Array, T>(array, shape)));
     }
   });
 }
@@ -173,15 +192,15 @@ TEST(MemArray, RefusesAnElementCountBeyondMemory) {
 }
 
 TEST(ArrayAllocators, MakeArraysOfAnyTypeAndRank) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    const auto typed = Quilt::newMemArray<T>(shape, nullptr);
-    ASSERT_TRUE(typed.template castTo<Array>());
-    const auto byName = MemBase::newArray(Larder::Typename(typeid(T)), shape);
-    ASSERT_TRUE(byName.template castTo<Array>());
-    EXPECT_EQ(byName->getSize(), DynamicSize(shape));
-    EXPECT_NE(byName->getPtr(), nullptr);
+  TestSupport::forEveryElement([]<class T>(std::type_identity<T>) {
+    for (const DynamicSize& shape : {DynamicSize({4}), DynamicSize({4, 3}), DynamicSize({4, 3, 2}),
+                                     DynamicSize({4, 3, 2, 5})}) {
+      const MemBaseHandle typed = Quilt::newMemArray<T>(shape, nullptr);
+      const MemBaseHandle byName = MemBase::newArray(Larder::Typename(typeid(T)), shape);
+      for (const auto& array : {typed, byName}) expectPlainArray(*array, shape, typeid(T));
+    }
+    const auto array = Quilt::newMemArray<T>(MultiIndex<2>(1, 1), nullptr);
+    EXPECT_EQ(&array->creativeIterator(), &std::as_const(*array).creativeIterator());
   });
 }
 
