@@ -11,6 +11,15 @@ struct Outcome {
 };
 
 void addRasterCommand(CLI::App& program, Outcome& outcome);
+void addTerrainCommand(CLI::App& program, Outcome& outcome);
+void addLodCommands(CLI::App& program, Outcome& outcome);
+void addImportCityJsonCommand(CLI::App& program, Outcome& outcome);
+void addExportObjCommand(CLI::App& program, Outcome& outcome);
+void addColumnsCommand(CLI::App& program, Outcome& outcome);
+void addRefragmentCommand(CLI::App& program, Outcome& outcome);
+void addGridCommand(CLI::App& program, Outcome& outcome);
+void addContoursCommand(CLI::App& program, Outcome& outcome);
+void addExportGeojsonCommand(CLI::App& program, Outcome& outcome);
 void addInfoCommand(CLI::App& program, Outcome& outcome);
 
 }  // namespace RecastHost

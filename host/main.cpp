@@ -10,6 +10,15 @@ int main(int argc, char** argv) {
   program.require_subcommand(1);
   RecastHost::Outcome outcome;
   RecastHost::addRasterCommand(program, outcome);
+  RecastHost::addTerrainCommand(program, outcome);
+  RecastHost::addImportCityJsonCommand(program, outcome);
+  RecastHost::addLodCommands(program, outcome);
+  RecastHost::addExportObjCommand(program, outcome);
+  RecastHost::addColumnsCommand(program, outcome);
+  RecastHost::addRefragmentCommand(program, outcome);
+  RecastHost::addGridCommand(program, outcome);
+  RecastHost::addContoursCommand(program, outcome);
+  RecastHost::addExportGeojsonCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)

@@ -49,15 +49,21 @@ BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, b
   }
 }
 
-void Bundle::extremeUnction() {
-  if (!writer_) return;
+BindResult Bundle::complete() {
+  if (!writer_) return {};
   anchor_->setSink(nullptr);
+  const auto writer = std::move(writer_);
   try {
-    writer_->complete(*this);
+    writer->complete(*this);
+    return {};
   } catch (const std::exception& error) {
-    Larder::Console() << error.what() << "; the file was not completed.";
+    return {kCannotSave, error.what()};
   }
-  writer_.reset();
+}
+
+void Bundle::extremeUnction() {
+  if (const BindResult result = complete(); result.number != 0)
+    Larder::Console() << result.text << "; the file was not completed.";
 }
 
 Larder::StrongPtr<Bundle> Bundle::load(

@@ -80,12 +80,10 @@ TEST(RasterCloud, WalkIsThatOfTheDefinition) {
     ASSERT_EQ(cloud.points->size(), expected.points.size());
     ASSERT_EQ(cloud.normals->size(), expected.normals.size());
     // Bytes, so that NaN equals NaN and a zero its own sign only.
-    EXPECT_EQ(std::memcmp(cloud.points->data(), expected.points.data(),
-                          expected.points.size() * sizeof(PhysicalSpace::point)),
-              0);
-    EXPECT_EQ(std::memcmp(cloud.normals->data(), expected.normals.data(),
-                          expected.normals.size() * sizeof(PhysicalSpace::bivector)),
-              0);
+    const std::size_t bytes = expected.points.size() * sizeof(PhysicalSpace::point);
+    if (bytes == 0) continue;
+    EXPECT_EQ(std::memcmp(cloud.points->data(), expected.points.data(), bytes), 0);
+    EXPECT_EQ(std::memcmp(cloud.normals->data(), expected.normals.data(), bytes), 0);
   }
 }
 

@@ -127,16 +127,17 @@ TEST_F(ExternalFiles, StayWholeUntilTheRelease) {
   EXPECT_FALSE(readFile(folder_ / "ext/height.q8") == before);
 }
 
-TEST_F(ExternalFiles, InAFolderThatIsMissingFailTheCall) {
+TEST_F(ExternalFiles, InAFolderThatCannotBeMadeFailTheCall) {
   const ConsoleCapture console;
+  folder_.write("file", "");
   {
-    const auto bundle = boundBundle(main_, inFolder("nowhere"));
+    const auto bundle = boundBundle(main_, inFolder("file/nowhere"));
     put(*vertices(*bundle), "Positions", "f", sampleArray<1, Point>({3}));
     EXPECT_THROW(put(*vertices(*bundle), "height", "f", sampleArray<1, float>({3})),
                  Quilt::StorageError);
   }
-  EXPECT_TRUE(console.contains("nowhere/height.q8: create: No such file or directory"));
-  EXPECT_THAT(folder_.files(), ElementsAre());
+  EXPECT_TRUE(console.contains("file/nowhere: make the folder: Not a directory"));
+  EXPECT_THAT(folder_.files(), ElementsAre("file"));
 }
 
 TEST_F(ExternalFiles, OfTwoFieldsInOnePlaceAreRefused) {

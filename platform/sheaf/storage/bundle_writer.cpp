@@ -15,8 +15,16 @@ namespace {
 /// So much is written before the system is told to begin with the disk.
 constexpr std::size_t kBringBytes = std::size_t{32} << 20;
 
-std::size_t workers() {
+std::size_t workersFor(const StorageTransformations& storage) {
+  constexpr unsigned kMost = 256;
+  if (storage.workers > 0) return std::min(storage.workers, kMost);
   return std::max(1U, std::thread::hardware_concurrency());
+}
+
+void makeFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  if (!folder.empty()) std::filesystem::create_directories(folder, error);
+  if (error) throw StorageError(folder.string(), "make the folder", error.message());
 }
 
 LinkPath pathOf(const Placement& place) {
@@ -40,7 +48,7 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
       tellCreators_(tellCreators),
       existing_(existing),
       mostWaiting_(std::min(kMostWaiting, Larder::Cache::MemCache().budget())),
-      pool_(workers()) {
+      pool_(workersFor(*storage_)) {
   main_.partial = std::make_unique<PartialFile>(target, existing);
   main_.file = Larder::makeStrong<Q8File>(main_.partial->path(), target,
                                           existing ? Q8File::Mode::Change : Q8File::Mode::Create);
@@ -211,6 +219,7 @@ bool BundleWriter::staysWhereItLies(const LinkPath& path, std::string& externalF
 const BundleWriter::OutputFile& BundleWriter::externalOutput(const std::string& target) {
   if (const auto present = external_.find(target); present != external_.end())
     return present->second;
+  makeFolder(std::filesystem::path(target).parent_path());
   const bool changed = existing_ && std::filesystem::exists(target);
   OutputFile output;
   output.partial = std::make_unique<PartialFile>(target, changed);

@@ -59,9 +59,9 @@ const PackedReader::Piece& PackedReader::pieceWith(std::uint64_t element) {
     if (pieces_.size() < kKeptPieces) pieces_.emplace_back();
     found = std::prev(pieces_.end());  // the one that was not used for longest
     const std::size_t elementBytes = layout_.componentSize * layout_.components;
-    const std::uint64_t perPiece =
-        shape_.chunk.empty() ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
-                             : shape_.chunk[0];
+    const std::uint64_t perPiece = shape_.chunk.empty()
+                                       ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
+                                       : shape_.chunk[0];
     load(*found, element / perPiece * perPiece, perPiece);
   }
   std::rotate(pieces_.begin(), found, std::next(found));

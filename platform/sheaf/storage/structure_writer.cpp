@@ -74,12 +74,16 @@ void StructureWriter::handOverMissing(const Bundle& bundle) {
 }
 
 void StructureWriter::handOverMissing(const Field& field) {
-  writer_.drain();  // so that what the file holds of this field stands still while it is looked at
+  // What the file holds of the field is looked at while it stands still: before anything more is
+  // handed over, and after all that was is written.
+  writer_.drain();
   const auto store = writer_.storeOf(*field.placement(), field);
+  std::vector<Larder::StrongPtr<FragmentID>> missing;
   if (const auto fragments = field.getFragmentIDCollection())
     for (const auto& fragment : fragments->identifiers())
-      if (fragment && !store->holdsDataOf(field, fragment->number())) handOver(field, fragment);
-  if (!store->holdsDataOf(field, FragmentRow::kUndivided)) handOver(field, nullptr);
+      if (fragment && !store->holdsDataOf(field, fragment->number())) missing.push_back(fragment);
+  if (!store->holdsDataOf(field, FragmentRow::kUndivided)) missing.emplace_back();
+  for (const auto& fragment : missing) handOver(field, fragment);
 }
 
 void StructureWriter::handOver(const Field& field, const Larder::StrongPtr<FragmentID>& fragment) {
