@@ -156,9 +156,9 @@ void storeWithLibrary(const std::string& file, bool floats, unsigned level) {
 
 double loadWithLibrary(const std::string& file, bool floats) {
   const hid_t in = H5Fopen(file.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
-  std::vector<double> numbers(kPerFragment * 3);
   double sum = 0.0;
   for (std::size_t i = 0; i < kFragments; ++i) {
+    std::vector<double> numbers(kPerFragment * 3);  // an array of its own, as ours have
     const hid_t dataset = H5Dopen2(in, std::to_string(i).c_str(), H5P_DEFAULT);
     if (H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, numbers.data()) < 0)
       std::abort();

@@ -3,6 +3,7 @@
 #include "sheaf/file_bytes.h"
 #include "sheaf/sample_data.h"
 #include "sheaf/tool_runs.h"
+#include "support/console_capture.h"
 #include "support/temp_folder.h"
 #include <gtest/gtest.h>
 
@@ -213,6 +214,7 @@ TEST(RoundTrip, ViewsOfLargerMemoryAreWrittenAsWhatTheyShow) {
 
 TEST(RoundTrip, AnArrayWithLessMemoryThanItsShapeIsRefused) {
   const TempFolder folder;
+  const ConsoleCapture console;
   const auto bundle = boundBundle(folder / "a.q8");
   const Larder::StrongPtr<Larder::ChunkBase> chunk(new Larder::Chunk<double>(3));
   const auto array =

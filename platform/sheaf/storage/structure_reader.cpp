@@ -191,10 +191,10 @@ FieldContent StructureReader::readField(const LinkPath& path, hid_t group) const
   field.path = path;
   field.name = unescapedName(path.back());
   field.attributes = attributesOf(group);
+  field.table = readTable(file_, group);
   const Hdf5Lock lock(file_.state());
   field.typeName = readText(group, kTypeAttribute);
   field.donor = readText(group, kIdentifiersAttribute);
-  field.table = readTable(file_, group);
   if (field.donor.empty()) field.identifiers = readIdentifiers(path, group, field.table);
   std::array<double, 6> box;
   if (readNumbers(group, kBoxAttribute, box.data(), box.size())) field.box = box;
@@ -226,13 +226,13 @@ std::vector<std::string> StructureReader::fragmentNames(const LinkPath& path,
   std::vector<std::string> names(count);
   std::unordered_set<std::string> known;
   for (std::size_t i = 0; i < table.size(); ++i) {
-    const FragmentRow row = table.row(i);
-    if (!isIdentifier(row)) continue;
+    const std::int64_t number = table.number(i);
+    if (number == FragmentRow::kUndivided) continue;
     std::string name = unescapedName(table.name(i));
     if (!known.insert(name).second) damaged(path, "two fragments have one name");
     // A number beyond the rows is found by `requireNumbers`.
-    if (row.number >= 0 && row.number < static_cast<std::int64_t>(count))
-      names[static_cast<std::size_t>(row.number)] = std::move(name);
+    if (number >= 0 && number < static_cast<std::int64_t>(count))
+      names[static_cast<std::size_t>(number)] = std::move(name);
   }
   return names;
 }
@@ -243,11 +243,10 @@ void StructureReader::requireNumbers(const FieldContent& field, std::size_t iden
   if (identifiers > UINT32_MAX) damaged(field.path, "it has more fragments than can be numbered");
   std::vector<bool> numbered(identifiers);
   for (std::size_t i = 0; i < field.table.size(); ++i) {
-    const FragmentRow row = field.table.row(i);
-    if (row.data.lie != Lie::Absent && field.typeName.empty())
+    if (field.table.hasData(i) && field.typeName.empty())
       damaged(field.path, "its element type is not told");
-    if (!isIdentifier(row)) continue;
-    const auto number = static_cast<std::size_t>(row.number);
+    if (field.table.number(i) == FragmentRow::kUndivided) continue;
+    const auto number = static_cast<std::size_t>(field.table.number(i));
     if (number >= identifiers || numbered[number])
       damaged(field.path, "the table numbers fragments that there are not, or one twice");
     numbered[number] = true;

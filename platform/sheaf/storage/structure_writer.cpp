@@ -164,9 +164,9 @@ void StructureWriter::writeField(const Field& field, unsigned long long index, D
     }
     writeAttributes(group, field);
     store->removeOthers(std::move(table.used));
-    writeTable(group, table.rows, table.names);
-    store->closeGroup();
   }
+  writeTable(*store->file(), store->group(), table.rows, table.names);
+  store->closeGroup();
   writer_.storage_->isSaved(FieldID(field.placement()->FieldName));
 }
 
