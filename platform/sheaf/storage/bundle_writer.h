@@ -71,6 +71,10 @@ class BundleWriter : public FragmentSink {
   void requireType(const Placement& place, const std::string& held, const std::string& given) const;
   /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
   void claimTime(double time);
+  void claim(double time) {
+    const std::lock_guard lock(mutex_);
+    claimTime(time);
+  }
   /// What was loaded of the field from the file that is changed, or null.
   Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
   /// The file for a field, and its path in there. \pre `mutex_` is held.

@@ -50,8 +50,11 @@ MemBaseHandle StoredArray::read() {
       case Lie::Uniform: return readUniform();
       case Lie::Absent: break;
     }
-  } catch (const std::exception& error) {
+  } catch (const StorageError& error) {
     Larder::Console() << error.what();
+  } catch (const std::exception& error) {  // there is not enough memory
+    Larder::Console() << place_->file().state().shownName << ": read " << place_->group() << "/"
+                      << link_ << ": " << error.what();
   }
   return nullptr;
 }

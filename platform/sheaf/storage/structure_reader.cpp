@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <unordered_set>
+#include <utility>
 
 #include "recast/larder/console.h"
 #include "recast/sheaf/storage/attribute_io.h"
@@ -86,15 +87,14 @@ bool StructureReader::openChild(const LinkPath& path, hid_t group, const std::st
 }
 
 void StructureReader::tellLost(hid_t group, const std::string& link) const {
-  const int systemError = lastSystemError();
+  const int systemError = std::exchange(lastSystemError(), 0);
   const auto target = externalTarget(group, link);
   H5Eclear2(H5E_DEFAULT);
-  Larder::Console() << file_.state().shownName << ": \"" << unescapedName(link) << "\" lies in \""
-                    << (target ? target->first : std::string("another place"))
-                    << "\", which can't be opened"
-                    << (systemError != 0 ? std::string(" (") + std::strerror(systemError) + ")"
-                                         : "")
-                    << "; it is left out.";
+  tellAfterLock(
+      "\"" + unescapedName(link) + "\" lies in \"" +
+      (target ? target->first : std::string("another place")) + "\", which can't be opened" +
+      (systemError != 0 ? std::string(" (") + std::strerror(systemError) + ")" : std::string()) +
+      "; it is left out.");
 }
 
 AttributeContent StructureReader::attributesOf(hid_t group) const {
@@ -127,8 +127,7 @@ void StructureReader::readSlice(const LinkPath& path, hid_t group, FileContent& 
   {
     const Hdf5Lock lock(file_.state());
     if (!timeOf(path.back(), group, slice.time)) {
-      Larder::Console() << file_.state().shownName << ": \"" << path.back()
-                        << "\" is no slice: it has no time; it is left out.";
+      tellAfterLock("\"" + path.back() + "\" is no slice: it has no time; it is left out.");
       return;
     }
   }

@@ -69,6 +69,8 @@ void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
 }
 
 void StructureWriter::handOverMissing(const Bundle& bundle) {
+  for (const auto& [time, slice] : bundle)
+    if (writer_.storage_->isSaveableTime(time)) writer_.claim(time);
   forEachField(bundle,
                [this](const Field& field, unsigned long long, Donors&) { handOverMissing(field); });
 }
