@@ -1,6 +1,8 @@
 #include "recast/patchops/data_range.h"
 
 #include <algorithm>
+#include <limits>
+#include <type_traits>
 
 namespace Quilt {
 namespace {
@@ -15,10 +17,20 @@ DataExtent rangeOf(CreativeArrayBase& creator, bool recompute, bool onlyKnown) {
   return extent;
 }
 
+/// The nearest value of T: extents are doubles, which may be rounded, or come from a damaged file.
+template <class T>
+T nearest(double value) {
+  using Limits = std::numeric_limits<T>;
+  if (std::is_floating_point_v<T>) return static_cast<T>(value);
+  if (!(value > static_cast<double>(Limits::lowest()))) return Limits::lowest();
+  if (!(value < static_cast<double>(Limits::max()))) return Limits::max();
+  return static_cast<T>(value);
+}
+
 template <class T>
 DataRangeHandle typedRange(const DataExtent& extent) {
   return DataRangeHandle(
-      new DataRange<T>(static_cast<T>(extent.minimum[0]), static_cast<T>(extent.maximum[0])));
+      new DataRange<T>(nearest<T>(extent.minimum[0]), nearest<T>(extent.maximum[0])));
 }
 
 DataRangeHandle rangeFor(const Field& field, const DataExtent& extent) {

@@ -54,10 +54,11 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   bool isValid() const { return valid_; }
 
   /// Loads the structure of a file; arrays are read on request.
-  /// \param ok set to whether it worked; if not, the console tells why.
-  /// \param into a bundle that the content is added to, or null for a new one. Fragments, fields
-  /// and grids of names that it holds already are joined. \return the bundle that holds the
-  /// content, null on failure if `into` is null.
+  /// \param ok set to whether it worked; if not, the console tells why, and nothing has changed.
+  /// \param parameters name one file, and say whether what is loaded joins `into`.
+  /// \param into the bundle to join; grids, fields and fragments of equal names become one, and
+  /// what it holds comes first. Null, or not to be joined, for a new bundle. \return the bundle
+  /// that holds the content; `into` on failure.
   static Larder::StrongPtr<Bundle> load(
       bool& ok, const Larder::StrongPtr<Larder::LoaderParameters>& parameters,
       const Larder::StrongPtr<Bundle>& into);
@@ -71,7 +72,7 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   /// what is handed over later stays in memory. For those who want to know whether it worked.
   BindResult complete();
 
-  /// The slice at that time, made if missing.
+  /// The slice at that time, made if missing. \pre `time` is a number
   Larder::StrongPtr<Slice> operator[](double time);
   /// The slice at that time, or null.
   Larder::StrongPtr<Slice> operator()(const double& time) const;

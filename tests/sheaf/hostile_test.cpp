@@ -111,6 +111,7 @@ std::string runCases(long cases, const std::string& file, long& loaded, Write wr
 }
 
 void overwrite(const std::string& file, const std::string& bytes) {
+  std::filesystem::remove(file);  // some file systems flush a file that was cut and written anew
   std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
 }
 

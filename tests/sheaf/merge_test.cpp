@@ -263,6 +263,7 @@ TEST(Save, OfALoadedBundleToItsOwnNameAndToAnother) {
 
 TEST(Save, OfABoundBundleTakesWhatWasHandedOver) {
   const TempFolder folder;
+  const ConsoleCapture console;
   const auto bundle = boundBundle(folder / "a.q8");
   put(*vertices(*bundle), "v", "x", ints(1));
   EXPECT_EQ(bundle.save(folder / "b.q8", nullptr, nullptr).number, 0);

@@ -178,7 +178,13 @@ TEST(Slices, OfCloseTimesAreKeptApartOrRefused) {
     EXPECT_THROW(put(*vertices(*bundle, "G", 1.0000002), "x", "", sampleArray<1, int>({2})),
                  Quilt::StorageError);
   }
-  EXPECT_TRUE(console.contains("two slices have times that agree to six decimals"));
+  EXPECT_EQ(console.count("two slices have times that agree to six decimals"), 1U);
+  {
+    const auto bundle = boundBundle(folder / "empty.q8");  // though neither holds anything
+    (*bundle)[1.0000001];
+    (*bundle)[1.0000002];
+  }
+  EXPECT_EQ(console.count("two slices have times that agree to six decimals"), 2U);
   EXPECT_THAT(folder.files(), ElementsAre("apart.q8"));
 }
 
@@ -264,7 +270,7 @@ TEST(Attributes, ThatNoFileCanHoldAreToldOnTheConsole) {
   const TempFolder folder;
   const ConsoleCapture console;
   boundBundle(folder / "a.q8")->setAttribute("lists", Larder::singleValue(Lists{1, 2}));
-  EXPECT_TRUE(console.contains("The attribute \"lists\""));
+  EXPECT_TRUE(console.contains("a.q8: the attribute \"lists\""));
   EXPECT_TRUE(loadBundle(folder / "a.q8"));
 }
 
@@ -379,6 +385,22 @@ TEST(Extents, OfALoadedFileCostNoReading) {
   // None of it read an array.
   EXPECT_FALSE(positions->getCreatorByName("f")->present());
   EXPECT_FALSE(findField(*loaded, "G", "int")->getCreatorByName("g")->present());
+}
+
+TEST(Extents, OfTheLargestNumbersStayInTheirType) {
+  const TempFolder folder;
+  constexpr auto kMost = std::numeric_limits<unsigned long long>::max();
+  {
+    const auto numbers = sampleArray<1, unsigned long long>({2});
+    (*numbers)[1] = kMost;
+    put(*vertices(*boundBundle(folder / "a.q8")), "v", "f", numbers);
+  }
+  const auto range =
+      Quilt::getRange(*findField(*loadBundle(folder / "a.q8"), "G", "v"), "", false, true)
+          .castTo<Quilt::DataRange<unsigned long long>>();
+  ASSERT_TRUE(range);
+  EXPECT_EQ(range->minimum(), 1U);
+  EXPECT_EQ(range->maximum(), kMost);
 }
 
 TEST(UniformPositions, AreStoredAsTheirParameters) {

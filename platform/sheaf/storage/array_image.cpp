@@ -7,50 +7,69 @@
 namespace Quilt::Storage {
 namespace {
 
-/// Smallest and largest of every `components`-th number that isn't NaN; false if there is none.
-bool minMax(const double* numbers, std::size_t count, std::size_t components, double& low,
-            double& high) {
-  low = std::numeric_limits<double>::infinity();
-  high = -low;
-  for (std::size_t i = 0; i < count; ++i) {
-    low = std::fmin(low, numbers[i * components]);
-    high = std::fmax(high, numbers[i * components]);
-  }
-  return low <= high;
+/// A whole number near the middle, so that what is left is small.
+double shiftBetween(double low, double high) {
+  return low <= high ? std::round(low / 2 + high / 2) : 0.0;
 }
 
-/// A whole number near the middle of the component's values, so that what is left is small.
+/// The shift for every `components`-th number; those that are not finite are left out.
 double shiftFor(const double* numbers, std::size_t count, std::size_t components) {
-  double low = 0.0;
-  double high = 0.0;
-  if (!minMax(numbers, count, components, low, high)) return 0.0;
-  const double middle = std::round(low / 2 + high / 2);
-  return std::isfinite(middle) ? middle : 0.0;
+  double low = std::numeric_limits<double>::infinity();
+  double high = -low;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double number = numbers[i * components];
+    if (!std::isfinite(number)) continue;
+    low = std::min(low, number);
+    high = std::max(high, number);
+  }
+  return shiftBetween(low, high);
+}
+
+std::array<double, 3> shiftsFor(const ArrayImage& image, const double* numbers, std::size_t count,
+                                std::size_t components) {
+  std::array<double, 3> shifts{};
+  for (std::size_t c = 0; c < components; ++c) {
+    const double low = image.extent.minimum[c];
+    const double high = image.extent.maximum[c];
+    const bool known = image.extent.kind == DataExtent::Kind::Box && std::isfinite(high - low);
+    shifts[c] = known ? shiftBetween(low, high) : shiftFor(numbers + c, count, components);
+  }
+  return shifts;
+}
+
+/// Puts `count` elements as floats, less a shift each component.
+/// \return false if a number has no finite float.
+template <std::size_t Components>
+bool narrow(const double* numbers, std::size_t count, const std::array<double, 3>& shifts,
+            float* floats) {
+  bool fits = true;
+  for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t c = 0; c < Components; ++c) {
+      const double number = numbers[i * Components + c] - shifts[c];
+      const auto single = static_cast<float>(number);
+      floats[i * Components + c] = single;
+      fits &= std::isfinite(single) || !std::isfinite(number);
+    }
+  return fits;
 }
 
 /// Replaces the doubles by floats, unless one of them has no finite float.
 void makeSingle(ArrayImage& image, std::size_t components, bool shift) {
   const auto* numbers = reinterpret_cast<const double*>(image.bytes.data());
-  const std::size_t total = image.bytes.size() / sizeof(double);
-  std::array<double, 3> offset{};
-  if (shift)
-    for (std::size_t c = 0; c < components; ++c)
-      offset[c] = shiftFor(numbers + c, total / components, components);
-  std::vector<std::byte> bytes(total * sizeof(float));
+  const std::size_t count = image.bytes.size() / sizeof(double) / components;
+  std::array<double, 3> shifts{};
+  if (shift) shifts = shiftsFor(image, numbers, count, components);
+  std::vector<std::byte> bytes(count * components * sizeof(float));
   auto* floats = reinterpret_cast<float*>(bytes.data());
-  bool fits = true;
-  for (std::size_t i = 0; i < total; i += components)
-    for (std::size_t c = 0; c < components; ++c) {
-      const double number = numbers[i + c] - offset[c];
-      floats[i + c] = static_cast<float>(number);
-      fits &= std::isfinite(floats[i + c]) || !std::isfinite(number);
-    }
+  const bool fits = components == 3   ? narrow<3>(numbers, count, shifts, floats)
+                    : components == 2 ? narrow<2>(numbers, count, shifts, floats)
+                                      : narrow<1>(numbers, count, shifts, floats);
   if (!fits) return;
   image.own = std::move(bytes);
   image.bytes = image.own;
   image.numberSize = sizeof(float);
   image.single = true;
-  if (shift) image.shift = offset;
+  if (shift) image.shift = shifts;
 }
 
 /// The bytes of a long double that are no part of the number hold whatever memory held before.

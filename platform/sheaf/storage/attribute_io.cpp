@@ -4,7 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include "recast/larder/console.h"
 #include "recast/larder/type_name.h"
 #include "recast/meadow/quilt_type.h"
 #include "recast/sheaf/storage/element_layout.h"
@@ -65,9 +64,8 @@ void writeChunk(hid_t object, const std::string& name, const Larder::ChunkBase& 
   const auto type = QuiltTypeBase::find(chunk.getType());
   const ElementLayout layout = type ? layoutOf(*type) : ElementLayout{};
   if (!type || layout.isList || !layout.known()) {
-    Larder::Console() << "The attribute \"" << unescapedName(name) << "\" holds elements of "
-                      << Larder::Typename(chunk.getType())
-                      << ", which no file can; it is left out.";
+    tellAfterLock("the attribute \"" + unescapedName(name) + "\" holds elements of " +
+                  Larder::Typename(chunk.getType()) + ", which no file can; it is left out.");
     return;
   }
   const auto axes = datasetAxes(DynamicSize({chunk.elements()}), layout.components);
@@ -166,8 +164,8 @@ Larder::StrongPtr<Larder::ChunkBase> readChunk(hid_t object, const char* name) {
   OpenAttribute attribute;
   if (!attribute.open(object, name)) {
     if (attribute.type.valid() && attribute.isVariable())
-      Larder::Console() << lockedFileName() << ": the attribute \"" << unescapedName(name)
-                        << "\" is a text of variable length, which is not read; it is left out.";
+      tellAfterLock("the attribute \"" + unescapedName(name) +
+                    "\" is a text of variable length, which is not read; it is left out.");
     return nullptr;
   }
   if (H5Tget_class(attribute.type) == H5T_STRING)

@@ -1,6 +1,7 @@
 #include "recast/sheaf/storage/bundle_writer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <tuple>
@@ -14,6 +15,11 @@ namespace {
 
 /// So much is written before the system is told to begin with the disk.
 constexpr std::size_t kBringBytes = std::size_t{32} << 20;
+/// An array of no more bytes is prepared by the writing thread.
+constexpr std::size_t kSmallBytes = std::size_t{16} << 10;
+/// The writing thread lets so much come together, but not for longer than this.
+constexpr std::size_t kGatheredBytes = std::size_t{1} << 20;
+constexpr std::chrono::milliseconds kGatheringTime{2};
 
 std::size_t workersFor(const StorageTransformations& storage) {
   constexpr unsigned kMost = 256;
@@ -94,10 +100,11 @@ void BundleWriter::store(const Placement& place, const Field& field,
       fragment && !isList && !computed &&
       storage_->setFieldPacking(place.FieldName,
                                 field.getFragmentIDCollection()->NumberOfFragmentIDs());
-  if (!isList && !computed)
+  job.isPlain = !isList && !computed;
+  if (job.isPlain && job.bytes > kSmallBytes)
     job.preparing =
         pool_.run([this, array, rules = job.incoming.rules, packed = job.incoming.packed] {
-          return prepare(array, rules, packed, pool_);
+          return prepare(array, rules, packed, &pool_);
         });
   enqueue(std::move(job));
 }
@@ -238,41 +245,66 @@ void BundleWriter::linkExternal(const OutputFile& external, const std::string& r
           "link", external.partial->target());
 }
 
+/// Waits on behalf of a caller; the writing thread does not wait for more meanwhile.
+template <class Condition>
+void BundleWriter::waitUntil(std::unique_lock<std::mutex>& lock, Condition condition) {
+  if (condition()) return;
+  ++waitingCallers_;
+  handedOver_.notify_one();
+  workedOff_.wait(lock, condition);
+  --waitingCallers_;
+}
+
 void BundleWriter::enqueue(Job job) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] {
+  waitUntil(lock, [&] {
     return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= mostWaiting_;
   });
   waitingBytes_ += job.bytes;
   jobs_.push_back(std::move(job));
-  changed_.notify_all();
+  if (jobs_.size() == 1 || waitingBytes_ >= kGatheredBytes) handedOver_.notify_one();
 }
 
 void BundleWriter::work() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    changed_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
+    handedOver_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
     if (jobs_.empty()) return;
+    // Small arrays come in their thousands: to wake up for each costs more than to write it.
+    handedOver_.wait_for(lock, kGatheringTime, [this] {
+      return ending_ || waitingCallers_ > 0 || waitingBytes_ >= kGatheredBytes;
+    });
     working_ = true;
-    std::optional<Job> job(std::move(jobs_.front()));
-    jobs_.pop_front();
+    std::deque<Job> jobs = std::exchange(jobs_, {});
+    workOff(jobs, lock);
+    working_ = false;
+    workedOff_.notify_all();
+  }
+}
+
+void BundleWriter::workOff(std::deque<Job>& jobs, std::unique_lock<std::mutex>& lock) {
+  for (; !jobs.empty(); jobs.pop_front()) {
     const bool wanted = !error_;
     lock.unlock();
-    const std::size_t bytes = job->bytes;
-    write(*job, wanted);
-    job.reset();
+    Job& job = jobs.front();
+    const std::size_t bytes = job.bytes;
+    write(job, wanted);
+    job = Job{};
     if (wanted) startBringing(bytes);
     lock.lock();
     waitingBytes_ -= bytes;
-    working_ = false;
-    changed_.notify_all();
+    if (waitingCallers_ > 0) workedOff_.notify_all();
   }
 }
 
 void BundleWriter::write(Job& job, bool wanted) {
   try {
     if (job.preparing.valid()) job.incoming.prepared = job.preparing.get();
-    if (wanted) job.store->store(job.incoming);
+    if (!wanted) return;
+    if (job.isPlain && !job.incoming.prepared)
+      job.incoming.prepared =
+          prepare(job.incoming.array, job.incoming.rules, job.incoming.packed, nullptr);
+    job.store->store(job.incoming);
   } catch (...) {
     remember(std::current_exception());
   }
@@ -300,7 +332,7 @@ void BundleWriter::throwFirstError() {
 void BundleWriter::drain() {
   {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return jobs_.empty() && !working_; });
+    waitUntil(lock, [this] { return jobs_.empty() && !working_; });
   }
   throwFirstError();
   flushStores();
@@ -319,7 +351,7 @@ void BundleWriter::stopWorking() {
   {
     const std::lock_guard lock(mutex_);
     ending_ = true;
-    changed_.notify_all();
+    handedOver_.notify_all();
   }
   if (thread_.joinable()) thread_.join();
 }

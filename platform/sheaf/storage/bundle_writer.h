@@ -56,8 +56,10 @@ class BundleWriter : public FragmentSink {
   struct Job {
     std::shared_ptr<FieldStore> store;
     FieldStore::Incoming incoming;
+    /// The pool's work on the array; none for a small one, which costs less than to wake a thread.
     std::future<PreparedArray> preparing;
     std::size_t bytes = 0;
+    bool isPlain = false;  ///< neither lists nor computed
   };
 
   /// Whether the rules let this data into the file.
@@ -69,6 +71,10 @@ class BundleWriter : public FragmentSink {
   void requireType(const Placement& place, const std::string& held, const std::string& given) const;
   /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
   void claimTime(double time);
+  void claim(double time) {
+    const std::lock_guard lock(mutex_);
+    claimTime(time);
+  }
   /// What was loaded of the field from the file that is changed, or null.
   Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
   /// The file for a field, and its path in there. \pre `mutex_` is held.
@@ -79,6 +85,9 @@ class BundleWriter : public FragmentSink {
                     const LinkPath& inside);
   void enqueue(Job job);
   void work();
+  void workOff(std::deque<Job>& jobs, std::unique_lock<std::mutex>& lock);
+  template <class Condition>
+  void waitUntil(std::unique_lock<std::mutex>& lock, Condition condition);
   void write(Job& job, bool wanted);
   void startBringing(std::size_t bytes);
   void throwFirstError();
@@ -94,10 +103,12 @@ class BundleWriter : public FragmentSink {
   std::size_t mostWaiting_;
   OutputFile main_;
 
-  std::mutex mutex_;  // guards the members below
-  std::condition_variable changed_;
+  std::mutex mutex_;                    // guards the members below
+  std::condition_variable handedOver_;  // wakes the writing thread
+  std::condition_variable workedOff_;   // wakes callers
   std::deque<Job> jobs_;
   std::size_t waitingBytes_ = 0;
+  std::size_t waitingCallers_ = 0;  // for room in the queue, or for its end
   bool working_ = false;
   bool ending_ = false;
   std::exception_ptr error_;

@@ -42,32 +42,41 @@ void writePlain(Q8File& file, hid_t dataset, hid_t memoryType, const BlockPlan& 
 void writeFiltered(Q8File& file, hid_t dataset, const BlockPlan& plan,
                    std::vector<std::future<FilteredBlock>>& blocks);
 
-/// Writes a dataset of one axis in one call: the small tables and lists. The caller holds the lock.
-void writeList(hid_t parent, const std::string& name, hid_t type, const void* data,
-               std::size_t count, bool deflate);
+/// Writes a dataset of one axis, filtering on the machine's cores: tables and lists.
+/// \param type of an element, whose bytes stand one behind the other.
+/// \pre no lock is held. \throw StorageError
+void writeColumn(Q8File& file, hid_t parent, const std::string& name, hid_t type,
+                 std::span<const std::byte> bytes, const FilterSettings& filter);
 
 /// Reads the box of `size` at `start` of a dataset as `memoryType` into `target`. The caller holds
 /// the lock. \throw StorageError
 void readBox(hid_t dataset, const std::vector<hsize_t>& start, const std::vector<hsize_t>& size,
              hid_t memoryType, std::byte* target);
 
-/// Reads a dataset of one axis at `path`: the lists that `writeList` writes. The caller holds the
-/// lock. \throw StorageError
-template <class Number>
-void readList(Q8File& file, const std::string& path, hid_t memoryType,
-              std::vector<Number>& numbers) {
-  const Id dataset = openDataset(file.id(), path);
-  const DatasetShape shape = numbersShapeOf(file, dataset, path);
-  numbers.resize(shape.numbers);
-  if (!numbers.empty())
-    checked(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, numbers.data()),
-            "read dataset", path);
-}
-
-/// Reads all numbers of `dataset` as `memoryType` into `target`, of `numberSize` bytes each; the
-/// file may hold them in another precision. \pre no lock is held; `target` has room for all of
-/// them. \throw StorageError
+/// Reads all elements of `dataset` as `memoryType` into `target`, of `numberSize` bytes each; the
+/// file may hold them in another form. Undoes filters on the machine's cores.
+/// \pre no lock is held; `target` has room for all of them. \throw StorageError
 void readNumbers(Q8File& file, hid_t dataset, const DatasetShape& shape, hid_t memoryType,
                  std::size_t numberSize, std::byte* target);
+
+/// All numbers of the dataset at `path`, as `writeColumn` wrote them. \pre no lock is held.
+/// \throw StorageError
+template <class Number>
+std::vector<Number> readColumn(Q8File& file, const std::string& path) {
+  static_assert(std::is_same_v<Number, std::uint64_t> || std::is_same_v<Number, unsigned int>);
+  Id dataset;
+  DatasetShape shape;
+  hid_t memoryType = H5I_INVALID_HID;
+  {
+    const Hdf5Lock lock(file.state());
+    dataset = openDataset(file.id(), path);
+    shape = numbersShapeOf(file, dataset, path);
+    memoryType = sizeof(Number) == 8 ? H5T_NATIVE_UINT64 : H5T_NATIVE_UINT;
+  }
+  std::vector<Number> numbers(shape.numbers);
+  readNumbers(file, dataset, shape, memoryType, sizeof(Number),
+              reinterpret_cast<std::byte*>(numbers.data()));
+  return numbers;
+}
 
 }  // namespace Quilt::Storage

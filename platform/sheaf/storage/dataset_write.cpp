@@ -1,14 +1,41 @@
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/filters.h"
 #include "recast/sheaf/storage/groups.h"
+#include "recast/sheaf/storage/in_parallel.h"
 
 namespace Quilt::Storage {
 namespace {
 
 constexpr unsigned kDeflateSkipped = 2;  // bit of the second filter
+constexpr std::size_t kColumnBlockBytes = std::size_t{1} << 18;
+constexpr std::size_t kBlocksAtOnce = 64;
+
+void writeChunk(Q8File& file, hid_t dataset, const BlockPlan::Block& block,
+                const FilteredBlock& filtered) {
+  const Hdf5Lock lock(file.state());
+  checked(H5Dwrite_chunk(dataset, H5P_DEFAULT, filtered.skippedFilters, block.start.data(),
+                         filtered.bytes.size(), filtered.bytes.data()),
+          "write");
+}
+
+/// Filters up to `kBlocksAtOnce` blocks side by side, and writes them one after the other.
+void writeBlocks(Q8File& file, hid_t dataset, const BlockPlan& plan, std::size_t first,
+                 std::span<const std::byte> bytes, std::size_t size, const FilterSettings& filter) {
+  std::vector<FilteredBlock> filtered(std::min(kBlocksAtOnce, plan.blocks() - first));
+  inParallel(filtered.size(), [&](Counter& next) {
+    for (std::size_t i = 0; next(i);) {
+      const BlockPlan::Block block = plan.block(first + i);
+      filtered[i] = filterBlock(bytes.subspan(block.firstNumber * size, block.numbers * size), size,
+                                plan.fullNumbers() * size, filter);
+    }
+  });
+  for (std::size_t i = 0; i < filtered.size(); ++i)
+    writeChunk(file, dataset, plan.block(first + i), filtered[i]);
+}
 
 }  // namespace
 
@@ -69,25 +96,28 @@ void writePlain(Q8File& file, hid_t dataset, hid_t memoryType, const BlockPlan& 
 void writeFiltered(Q8File& file, hid_t dataset, const BlockPlan& plan,
                    std::vector<std::future<FilteredBlock>>& blocks) {
   for (std::size_t i = 0; i < plan.blocks(); ++i) {
-    const FilteredBlock filtered = blocks[i].get();
-    const BlockPlan::Block block = plan.block(i);
-    const Hdf5Lock lock(file.state());
-    checked(H5Dwrite_chunk(dataset, H5P_DEFAULT, filtered.skippedFilters, block.start.data(),
-                           filtered.bytes.size(), filtered.bytes.data()),
-            "write");
+    writeChunk(file, dataset, plan.block(i), blocks[i].get());
   }
 }
 
-void writeList(hid_t parent, const std::string& name, hid_t type, const void* data,
-               std::size_t count, bool deflate) {
-  const hsize_t extent = count;
-  const std::size_t size = H5Tget_size(type);
-  const BlockPlan plan({extent}, size, std::size_t{1} << 18, false);
-  FilterSettings filter;
-  filter.level = deflate && count * size > 4096 ? 1 : 0;
-  const Id dataset = createDataset(parent, name, type, plan, {extent}, filter);
-  if (count > 0)
-    checked(H5Dwrite(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, data), "write dataset", name);
+void writeColumn(Q8File& file, hid_t parent, const std::string& name, hid_t type,
+                 std::span<const std::byte> bytes, const FilterSettings& filter) {
+  std::size_t size = 0;
+  Id dataset;
+  std::optional<BlockPlan> plan;
+  {
+    const Hdf5Lock lock(file.state());
+    size = H5Tget_size(type);
+    const std::vector<hsize_t> axes = {bytes.size() / size};
+    plan.emplace(axes, size, kColumnBlockBytes, false);
+    dataset = createDataset(parent, name, type, *plan, axes, filter);
+  }
+  if (filter.level == 0) {
+    writePlain(file, dataset, type, *plan, bytes, size);
+    return;
+  }
+  for (std::size_t first = 0; first < plan->blocks(); first += kBlocksAtOnce)
+    writeBlocks(file, dataset, *plan, first, bytes, size, filter);
 }
 
 }  // namespace Quilt::Storage

@@ -87,7 +87,7 @@ void FieldStore::store(Incoming& incoming) {
   if (incoming.prepared)
     writeDataset(link, incoming, data);
   else if (layout_.isList)
-    writeLists(link, *incoming.array, data);
+    writeLists(link, incoming, data);
   else
     writeUniform(link, incoming, data);
   const StoredHandle stored = remember(incoming, link, data);
@@ -113,11 +113,12 @@ void FieldStore::writeDataset(const std::string& link, Incoming& incoming, DataP
   data.setShift(image.shift);
   // An array that was to be packed and could not has no plan yet.
   if (!prepared.plan) prepared.plan = planFor(image, incoming.rules);
-  const hid_t memoryType = image.single ? H5T_NATIVE_FLOAT : layout_.memoryType;
   const bool filtered = !prepared.blocks.empty();
   Id dataset;
+  hid_t memoryType = layout_.memoryType;
   {
     const Hdf5Lock lock(file_->state());
+    if (image.single) memoryType = H5T_NATIVE_FLOAT;
     dataset = createDataset(group(), link, fileType(layout_.memoryType, image.single),
                             *prepared.plan, datasetAxes(image.shape, layout_.components),
                             filtered ? incoming.rules.filter : FilterSettings{});
@@ -168,8 +169,9 @@ void FieldStore::flush() {
   tellWaiting();
 }
 
-void FieldStore::writeLists(const std::string& link, const MemBase& array, DataPlace& data) {
+void FieldStore::writeLists(const std::string& link, const Incoming& incoming, DataPlace& data) {
   data.lie = Lie::Lists;
+  const MemBase& array = *incoming.array;
   const auto* lists = static_cast<const std::vector<unsigned int>*>(array.getPtr());
   const HyperslabParameters lie = array.getHyperslabParameters();
   std::vector<std::uint64_t> offsets = {0};
@@ -180,10 +182,18 @@ void FieldStore::writeLists(const std::string& link, const MemBase& array, DataP
     values.insert(values.end(), list.begin(), list.end());
     offsets.push_back(values.size());
   }
-  const Hdf5Lock lock(file_->state());
-  const Id object = createGroup(group(), link);
-  writeList(object, kListOffsets, H5T_NATIVE_UINT64, offsets.data(), offsets.size(), true);
-  writeList(object, kListValues, H5T_NATIVE_UINT, values.data(), values.size(), true);
+  Id object;
+  hid_t offsetType = H5I_INVALID_HID;
+  hid_t valueType = H5I_INVALID_HID;
+  {
+    const Hdf5Lock lock(file_->state());
+    object = createGroup(group(), link);
+    offsetType = H5T_STD_U64LE;
+    valueType = H5T_STD_U32LE;
+  }
+  const FilterSettings& filter = incoming.rules.filter;
+  writeColumn(*file_, object, kListOffsets, offsetType, std::as_bytes(std::span(offsets)), filter);
+  writeColumn(*file_, object, kListValues, valueType, std::as_bytes(std::span(values)), filter);
 }
 
 void FieldStore::writeUniform(const std::string& link, const Incoming& incoming, DataPlace& data) {

@@ -61,7 +61,7 @@ class FieldStore {
 
   void writeDataset(const std::string& link, Incoming& incoming, DataPlace& data);
   bool writePacked(Incoming& incoming, DataPlace& data);
-  void writeLists(const std::string& link, const MemBase& array, DataPlace& data);
+  void writeLists(const std::string& link, const Incoming& incoming, DataPlace& data);
   void writeUniform(const std::string& link, const Incoming& incoming, DataPlace& data);
   void removeFormer(const std::string& link);
   StoredHandle remember(const Incoming& incoming, const std::string& link, const DataPlace& data);

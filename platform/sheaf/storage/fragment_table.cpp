@@ -9,51 +9,72 @@
 #include "recast/sheaf/storage/groups.h"
 
 namespace Quilt::Storage {
-namespace {
-
-constexpr const char* kName = "name";
 
 /// One column: a member of the row.
-struct Column {
+struct FragmentTable::Column {
+  enum class Number { U8, I64, U64, F64 };
+
   const char* name;
   std::size_t offset;
-  hid_t type;
+  Number number;
   std::size_t width;    // numbers of an array column, of which the file may hold fewer; 0 for one
   bool always = false;  // also when it says nothing
 };
 
+namespace {
+
+using Column = FragmentTable::Column;
+using Number = Column::Number;
+
+std::size_t sizeOf(Number number) {
+  return number == Number::U8 ? 1 : 8;
+}
+
+/// The caller holds the lock.
+hid_t typeOf(Number number) {
+  switch (number) {
+    case Number::U8: return H5T_NATIVE_UINT8;
+    case Number::I64: return H5T_NATIVE_INT64;
+    case Number::U64: return H5T_NATIVE_UINT64;
+    case Number::F64: break;
+  }
+  return H5T_NATIVE_DOUBLE;
+}
+
+constexpr const char* kName = "name";
+
 std::vector<Column> allColumns() {
-  return {{"number", offsetof(FragmentRow, number), H5T_NATIVE_INT64, 0, true},
-          {"kind", offsetof(FragmentRow, data.lie), H5T_NATIVE_UINT8, 0, true},
-          {"rank", offsetof(FragmentRow, data.rank), H5T_NATIVE_UINT8, 0, true},
-          {"shape", offsetof(FragmentRow, data.shape), H5T_NATIVE_UINT64, DataPlace::kMostAxes},
-          {"offset", offsetof(FragmentRow, data.offset), H5T_NATIVE_UINT64, 0},
-          {"extent", offsetof(FragmentRow, extent), H5T_NATIVE_UINT8, 0},
-          {"minimum", offsetof(FragmentRow, minimum), H5T_NATIVE_DOUBLE, 3},
-          {"maximum", offsetof(FragmentRow, maximum), H5T_NATIVE_DOUBLE, 3},
-          {"shifted", offsetof(FragmentRow, data.shifted), H5T_NATIVE_UINT8, 0},
-          {"shift", offsetof(FragmentRow, data.shift), H5T_NATIVE_DOUBLE, 3},
-          {"properties", offsetof(FragmentRow, properties), H5T_NATIVE_UINT8, 0},
-          {"location", offsetof(FragmentRow, location), H5T_NATIVE_UINT64, 3},
-          {"lower_overlap", offsetof(FragmentRow, lowerOverlap), H5T_NATIVE_UINT64, 3},
-          {"upper_overlap", offsetof(FragmentRow, upperOverlap), H5T_NATIVE_UINT64, 3},
-          {"cell_size", offsetof(FragmentRow, cellSize), H5T_NATIVE_DOUBLE, 0},
-          {"attributes", offsetof(FragmentRow, attributes), H5T_NATIVE_UINT8, 0}};
+  return {{"number", offsetof(FragmentRow, number), Number::I64, 0, true},
+          {"kind", offsetof(FragmentRow, data.lie), Number::U8, 0, true},
+          {"rank", offsetof(FragmentRow, data.rank), Number::U8, 0, true},
+          {"shape", offsetof(FragmentRow, data.shape), Number::U64, DataPlace::kMostAxes},
+          {"offset", offsetof(FragmentRow, data.offset), Number::U64, 0},
+          {"extent", offsetof(FragmentRow, extent), Number::U8, 0},
+          {"minimum", offsetof(FragmentRow, minimum), Number::F64, 3},
+          {"maximum", offsetof(FragmentRow, maximum), Number::F64, 3},
+          {"shifted", offsetof(FragmentRow, data.shifted), Number::U8, 0},
+          {"shift", offsetof(FragmentRow, data.shift), Number::F64, 3},
+          {"properties", offsetof(FragmentRow, properties), Number::U8, 0},
+          {"location", offsetof(FragmentRow, location), Number::U64, 3},
+          {"lower_overlap", offsetof(FragmentRow, lowerOverlap), Number::U64, 3},
+          {"upper_overlap", offsetof(FragmentRow, upperOverlap), Number::U64, 3},
+          {"cell_size", offsetof(FragmentRow, cellSize), Number::F64, 0},
+          {"attributes", offsetof(FragmentRow, attributes), Number::U8, 0}};
 }
 
 Id columnType(const Column& column, std::size_t width) {
-  if (column.width == 0) return own(H5Tcopy(column.type), "lay out table");
+  if (column.width == 0) return own(H5Tcopy(typeOf(column.number)), "lay out table");
   const hsize_t extent = width;
-  return own(H5Tarray_create2(column.type, 1, &extent), "lay out table");
+  return own(H5Tarray_create2(typeOf(column.number), 1, &extent), "lay out table");
 }
 
 std::size_t columnBytes(const Column& column, std::size_t width) {
-  return H5Tget_size(column.type) * std::max<std::size_t>(1, width);
+  return sizeOf(column.number) * std::max<std::size_t>(1, width);
 }
 
 /// How many numbers of an array column say anything, over all rows; 0 leaves the column out.
 std::size_t usedWidth(const Column& column, const std::vector<FragmentRow>& rows) {
-  const std::size_t size = H5Tget_size(column.type);
+  const std::size_t size = sizeOf(column.number);
   std::size_t used = 0;
   for (const FragmentRow& row : rows) {
     const char* start = reinterpret_cast<const char*>(&row) + column.offset;
@@ -145,12 +166,22 @@ void FragmentRow::setExtent(const DataExtent& from) {
   std::copy(from.maximum, from.maximum + 3, maximum);
 }
 
+std::int64_t FragmentTable::number(std::size_t i) const {
+  std::int64_t number = FragmentRow::kUndivided;
+  if (numberAt_) std::memcpy(&number, bytesOf(i) + *numberAt_, sizeof number);
+  return number;
+}
+
+bool FragmentTable::hasData(std::size_t i) const {
+  const Lie lie = kindAt_ ? static_cast<Lie>(bytesOf(i)[*kindAt_]) : Lie::Absent;
+  return lie != Lie::Absent && lie <= Lie::Uniform;
+}
+
 FragmentRow FragmentTable::row(std::size_t i) const {
   FragmentRow row;
-  const char* in = bytes_.data() + i * rowBytes_;
   auto* out = reinterpret_cast<char*>(&row);
   for (const TableColumn& column : columns_)
-    std::memcpy(out + column.rowOffset, in + column.fileOffset, column.bytes);
+    std::memcpy(out + column.rowOffset, bytesOf(i) + column.fileOffset, column.bytes);
   row.data.rank = std::min<std::uint8_t>(row.data.rank, DataPlace::kMostAxes);
   if (row.data.lie > Lie::Uniform) row.data.lie = Lie::Absent;
   if (row.extent > DataExtent::Kind::Range) row.extent = DataExtent::Kind::None;
@@ -158,12 +189,20 @@ FragmentRow FragmentTable::row(std::size_t i) const {
 }
 
 std::string FragmentTable::name(std::size_t i) const {
-  const char* start = bytes_.data() + i * rowBytes_;
-  return {start, strnlen(start, nameBytes_)};
+  return {bytesOf(i), strnlen(bytesOf(i), nameBytes_)};
 }
 
-void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
+void FragmentTable::place(const Column& column, std::size_t width) {
+  const std::size_t bytes = columnBytes(column, width);
+  columns_.push_back({column.offset, rowBytes_, bytes});
+  if (column.offset == offsetof(FragmentRow, number)) numberAt_ = rowBytes_;
+  if (column.offset == offsetof(FragmentRow, data.lie)) kindAt_ = rowBytes_;
+  rowBytes_ += bytes;
+}
+
+void writeTable(Q8File& file, hid_t field, const std::vector<FragmentRow>& rows,
                 const std::vector<std::string>& names) {
+  constexpr std::size_t kWorthFiltering = 4096;
   const std::size_t nameLength = longest(names);
   std::vector<PlacedColumn> columns;
   std::size_t size = nameLength;
@@ -174,53 +213,72 @@ void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
     columns.push_back({column, width, size});
     size += columnBytes(column, width);
   }
-  std::vector<char> bytes(rows.size() * size);
+  std::vector<std::byte> bytes(rows.size() * size);
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    char* out = bytes.data() + i * size;
+    std::byte* out = bytes.data() + i * size;
     if (nameLength > 0) std::memcpy(out, names[i].data(), names[i].size());
     const char* row = reinterpret_cast<const char*>(&rows[i]);
     for (const PlacedColumn& placed : columns)
       std::memcpy(out + placed.fileOffset, row + placed.column.offset,
                   columnBytes(placed.column, placed.width));
   }
-  if (hasLink(field, kTableDataset)) removeLink(field, kTableDataset);
-  const Id name = nameLength > 0 ? nameType(nameLength) : Id();
-  writeList(field, kTableDataset, rowType(columns, name, size), bytes.data(), rows.size(), true);
+  Id type;
+  {
+    const Hdf5Lock lock(file.state());
+    if (hasLink(field, kTableDataset)) removeLink(field, kTableDataset);
+    type = rowType(columns, nameLength > 0 ? nameType(nameLength) : Id(), size);
+  }
+  FilterSettings filter;
+  filter.level = bytes.size() > kWorthFiltering ? 1 : 0;
+  writeColumn(file, field, kTableDataset, type, bytes, filter);
 }
+
+namespace {
+
+[[noreturn]] void refuse(Q8File& file) {
+  throw StorageError(file.state().shownName, "read a table of fragments",
+                     "it is laid out otherwise");
+}
+
+/// The type of the column of names; not valid if there is none.
+Id nameTypeIn(Q8File& file, hid_t row) {
+  const int index = H5Tget_member_index(row, kName);
+  if (index < 0) return {};
+  Id name(H5Tget_member_type(row, static_cast<unsigned>(index)));
+  if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) refuse(file);
+  return name;
+}
+
+}  // namespace
 
 FragmentTable readTable(Q8File& file, hid_t field) {
   FragmentTable table;
-  if (!hasLink(field, kTableDataset)) return table;
-  const Id dataset = openDataset(field, kTableDataset);
-  const Id fileRow = own(H5Dget_type(dataset), "read table");
-  const DatasetShape shape = shapeOf(file, dataset, kTableDataset);
-  const auto refuse = [&file] {
-    throw StorageError(file.state().shownName, "read a table of fragments",
-                       "it is laid out otherwise");
-  };
-  if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) refuse();
-  Id name;
-  if (const int index = H5Tget_member_index(fileRow, kName); index >= 0) {
-    name = Id(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
-    if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) refuse();
-    table.nameBytes_ = H5Tget_size(name);
+  Id dataset;
+  Id type;
+  DatasetShape shape;
+  {
+    const Hdf5Lock lock(file.state());
+    if (!hasLink(field, kTableDataset)) return table;
+    dataset = openDataset(field, kTableDataset);
+    const Id fileRow = own(H5Dget_type(dataset), "read table");
+    shape = shapeOf(file, dataset, kTableDataset);
+    if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) refuse(file);
+    const Id name = nameTypeIn(file, fileRow);
+    table.nameBytes_ = table.rowBytes_ = name.valid() ? H5Tget_size(name) : 0;
+    std::vector<PlacedColumn> columns;
+    for (const Column& column : allColumns()) {
+      std::size_t width = 0;
+      if (!widthInFile(fileRow, column, width)) continue;
+      columns.push_back({column, width, table.rowBytes_});
+      table.place(column, width);
+    }
+    // A file's row may be padded, but not made of nothing: few bytes could claim many rows then.
+    if (columns.empty() || table.rowBytes_ > 16 * shape.numberSize) refuse(file);
+    type = rowType(columns, name, table.rowBytes_);
   }
-  std::vector<PlacedColumn> columns;
-  table.rowBytes_ = table.nameBytes_;
-  for (const Column& column : allColumns()) {
-    std::size_t width = 0;
-    if (!widthInFile(fileRow, column, width)) continue;
-    columns.push_back({column, width, table.rowBytes_});
-    table.columns_.push_back({column.offset, table.rowBytes_, columnBytes(column, width)});
-    table.rowBytes_ += columnBytes(column, width);
-  }
-  // A file's row may be padded, but not made of nothing: that would let few bytes claim many rows.
-  if (columns.empty() || table.rowBytes_ > 16 * shape.numberSize) refuse();
-  const Id type = rowType(columns, name, table.rowBytes_);
   table.bytes_.resize(shape.numbers * table.rowBytes_);
-  if (shape.numbers > 0)
-    checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.bytes_.data()),
-            "read table");
+  readNumbers(file, dataset, shape, type, table.rowBytes_,
+              reinterpret_cast<std::byte*>(table.bytes_.data()));
   return table;
 }
 

@@ -70,7 +70,11 @@ struct TableColumn {
 /// request.
 class FragmentTable {
  public:
+  struct Column;  // of the rows of any table
   std::size_t size() const { return rowBytes_ == 0 ? 0 : bytes_.size() / rowBytes_; }
+  /// The number of row `i`'s fragment, and whether there is data: what most rows are asked for.
+  std::int64_t number(std::size_t i) const;
+  bool hasData(std::size_t i) const;
   /// Row `i`; its rank and kinds are within their limits, whatever the file says.
   FragmentRow row(std::size_t i) const;
   /// Whether the rows name their fragments; a lattice tells the names otherwise.
@@ -81,21 +85,25 @@ class FragmentTable {
  private:
   friend FragmentTable readTable(Q8File& file, hid_t field);
 
+  void place(const Column& column, std::size_t width);
+  const char* bytesOf(std::size_t i) const { return bytes_.data() + i * rowBytes_; }
+
   std::vector<TableColumn> columns_;
+  std::optional<std::size_t> numberAt_;  // where a row has its number, and its kind
+  std::optional<std::size_t> kindAt_;
   std::size_t nameBytes_ = 0;  // at the start of a row
   std::size_t rowBytes_ = 0;
   std::vector<char> bytes_;
 };
 
 /// Writes `rows` as dataset "@fragments" of a field's group, in place of a former one. Columns that
-/// say nothing in any row are left out. The caller holds the lock.
-/// \param names the links of the rows' fragments; empty if a lattice tells them. \throw
-/// StorageError
-void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
+/// say nothing in any row are left out.
+/// \param names the links of the rows' fragments; empty if a lattice tells them.
+/// \pre no lock is held. \throw StorageError
+void writeTable(Q8File& file, hid_t field, const std::vector<FragmentRow>& rows,
                 const std::vector<std::string>& names);
 
-/// Reads the table of a field; empty if there is none. The caller holds the lock.
-/// \throw StorageError
+/// Reads the table of a field; empty if there is none. \pre no lock is held. \throw StorageError
 FragmentTable readTable(Q8File& file, hid_t field);
 
 }  // namespace Quilt::Storage

@@ -2,6 +2,10 @@
 
 #include <cstring>
 #include <mutex>
+#include <utility>
+#include <vector>
+
+#include "recast/larder/console.h"
 
 namespace Quilt::Storage {
 namespace {
@@ -13,6 +17,11 @@ std::recursive_mutex& processLock() {
 }
 
 thread_local const FileState* currentFile = nullptr;
+thread_local std::vector<std::string> messages;
+
+void tellMessages() {
+  for (const std::string& message : std::exchange(messages, {})) Larder::Console() << message;
+}
 
 herr_t firstMessage(unsigned, const H5E_error2_t* error, void* text) {
   auto& message = *static_cast<std::string*>(text);
@@ -35,6 +44,7 @@ Hdf5Lock::~Hdf5Lock() {
   currentFile = outer_;
   if (outer_ == nullptr) H5Eset_auto2(H5E_DEFAULT, print_, printData_);
   processLock().unlock();
+  if (outer_ == nullptr && !messages.empty()) tellMessages();
 }
 
 void Id::close(hid_t id) noexcept {
@@ -45,6 +55,10 @@ void Id::close(hid_t id) noexcept {
 
 std::string lockedFileName() {
   return currentFile != nullptr ? currentFile->shownName : std::string();
+}
+
+void tellAfterLock(const std::string& message) {
+  messages.push_back(lockedFileName() + ": " + message);
 }
 
 void fail(const std::string& operation) {

@@ -34,6 +34,10 @@ class Hdf5Lock {
 /// The name of the file of the innermost lock.
 std::string lockedFileName();
 
+/// Tells `message` on the console once the outermost lock of this thread is gone, preceded by the
+/// name of the file: what receives messages may wait for another thread that waits for the lock.
+void tellAfterLock(const std::string& message);
+
 /// The result of an HDF5 call, if it isn't negative.
 /// \throw StorageError saying that `operation` failed.
 template <class Result>

@@ -13,13 +13,12 @@ LoadedField::LoadedField(const Larder::StrongPtr<FieldPlace>& place,
     : place_(place), fragments_(fragments), former_(former), table_(std::move(table)) {
   rowOf_.resize(fragments_->NumberOfFragmentIDs());
   for (std::size_t i = 0; i < table_.size(); ++i) {
-    const FragmentRow row = table_.row(i);
-    if (row.data.lie == Lie::Absent) continue;
+    if (!table_.hasData(i)) continue;
     const auto place1 = static_cast<std::uint32_t>(i + 1);
-    if (row.number == FragmentRow::kUndivided)
+    if (table_.number(i) == FragmentRow::kUndivided)
       undivided_ = place1;
     else
-      rowOf_.at(numbers(row.number)) = place1;
+      rowOf_.at(numbers(table_.number(i))) = place1;
   }
 }
 

@@ -11,7 +11,7 @@ std::unique_ptr<BlockPlan> planFor(const ArrayImage& image, const StoreRules& ru
 }
 
 PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool packed,
-                      WorkPool& pool) {
+                      WorkPool* pool) {
   PreparedArray prepared;
   const auto image = std::make_shared<const ArrayImage>(makeImage(array, rules));
   prepared.image = image;
@@ -23,9 +23,11 @@ PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool 
     const BlockPlan::Block block = prepared.plan->block(i);
     const auto bytes = image->bytes.subspan(block.firstNumber * image->numberSize,
                                             block.numbers * image->numberSize);
-    prepared.blocks.push_back(pool.run([image, bytes, fullBytes, filter = rules.filter] {
+    auto task = [image, bytes, fullBytes, filter = rules.filter] {
       return filterBlock(bytes, image->numberSize, fullBytes, filter);
-    }));
+    };
+    prepared.blocks.push_back(pool != nullptr ? pool->run(std::move(task))
+                                              : std::async(std::launch::deferred, std::move(task)));
   }
   return prepared;
 }

@@ -18,9 +18,10 @@ struct PreparedArray {
   std::vector<std::future<FilteredBlock>> blocks;  ///< empty for a plain dataset
 };
 
-/// Makes the image of an array, and lets `pool` filter it. Not for lists and computed arrays.
+/// Makes the image of an array, and lets `pool` filter it; without one, whoever waits for the
+/// blocks filters them. Not for lists and computed arrays.
 PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool packed,
-                      WorkPool& pool);
+                      WorkPool* pool);
 
 /// How an array with that image is cut into the blocks of its dataset.
 std::unique_ptr<BlockPlan> planFor(const ArrayImage& image, const StoreRules& rules);

@@ -50,8 +50,11 @@ MemBaseHandle StoredArray::read() {
       case Lie::Uniform: return readUniform();
       case Lie::Absent: break;
     }
-  } catch (const std::exception& error) {
+  } catch (const StorageError& error) {
     Larder::Console() << error.what();
+  } catch (const std::exception& error) {  // there is not enough memory
+    Larder::Console() << place_->file().state().shownName << ": read " << place_->group() << "/"
+                      << link_ << ": " << error.what();
   }
   return nullptr;
 }
@@ -67,11 +70,13 @@ MemBaseHandle StoredArray::emptyArray() const {
   return array;
 }
 
-void StoredArray::addShift(std::byte* numbers, std::size_t count, unsigned components) const {
-  if (data_.shifted == 0) return;
-  auto* values = reinterpret_cast<double*>(numbers);
-  for (std::size_t i = 0; i < count; i += components)
-    for (unsigned c = 0; c < std::min(components, 3U); ++c) values[i + c] += data_.shift[c];
+void StoredArray::addShift(MemBase& array) const {
+  const QuiltTypeIndex& type = array.typeIndex();
+  if (data_.shifted == 0 || type.ComponentTypeName != "double") return;
+  auto* values = static_cast<double*>(array.getChunk()->data_ptr());
+  const std::size_t components = std::min(type.Components, 3U);
+  for (std::uint64_t i = 0; i < array.nElements(); ++i, values += type.Components)
+    for (std::size_t c = 0; c < components; ++c) values[c] += data_.shift[c];
 }
 
 MemBaseHandle StoredArray::readDataset() const {
@@ -93,7 +98,7 @@ MemBaseHandle StoredArray::readDataset() const {
   if (shape.numbers == 0) return array;
   auto* target = static_cast<std::byte*>(array->getChunk()->data_ptr());
   readNumbers(file, dataset, shape, layout.memoryType, layout.componentSize, target);
-  if (layout.memoryType == H5T_NATIVE_DOUBLE) addShift(target, shape.numbers, layout.components);
+  addShift(*array);
   return array;
 }
 
@@ -106,9 +111,7 @@ MemBaseHandle StoredArray::readPacked() const {
   if (elements == 0) return array;
   auto* target = static_cast<std::byte*>(array->getChunk()->data_ptr());
   reader.read(data_.offset, elements, target);
-  const QuiltTypeIndex& type = array->typeIndex();
-  if (type.ComponentTypeName == "double")
-    addShift(target, elements * type.Components, type.Components);
+  addShift(*array);
   return array;
 }
 
@@ -116,14 +119,12 @@ MemBaseHandle StoredArray::readLists() const {
   using Lists = Larder::Chunk<std::vector<unsigned int>>;
   Q8File& file = place_->file();
   const std::string path = place_->group() + "/" + link_;
-  std::vector<std::uint64_t> offsets;
-  std::vector<unsigned int> values;
   {
     const Hdf5Lock lock(file.state());
     if (!layoutIn(*place_).isList) damaged();
-    readList(file, path + "/" + kListOffsets, H5T_NATIVE_UINT64, offsets);
-    readList(file, path + "/" + kListValues, H5T_NATIVE_UINT, values);
   }
+  const auto offsets = readColumn<std::uint64_t>(file, path + "/" + kListOffsets);
+  const auto values = readColumn<unsigned int>(file, path + "/" + kListValues);
   std::uint64_t lists = 0;
   if (offsets.empty() || !data_.size().product(1, lists) || lists != offsets.size() - 1 ||
       !std::is_sorted(offsets.begin(), offsets.end()) || offsets.back() > values.size())

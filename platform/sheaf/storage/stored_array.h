@@ -53,7 +53,7 @@ class StoredArray : public StoredFragment {
   [[noreturn]] void damaged() const;
   /// A new array of the field's type and the fragment's shape.
   MemBaseHandle emptyArray() const;
-  void addShift(std::byte* numbers, std::size_t count, unsigned components) const;
+  void addShift(MemBase& array) const;
 
   Larder::StrongPtr<FieldPlace> place_;
   std::string link_;

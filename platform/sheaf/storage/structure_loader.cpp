@@ -171,13 +171,12 @@ std::size_t StructureLoader::countDoubles(const FragmentTable& table, const Fiel
   const auto source = field.source();
   std::size_t doubles = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
-    const FragmentRow row = table.row(i);
-    if (row.data.lie == Lie::Absent) continue;
-    if (row.number == FragmentRow::kUndivided) {
+    if (!table.hasData(i)) continue;
+    if (table.number(i) == FragmentRow::kUndivided) {
       doubles += field.getCreator(nullptr) ? 1 : 0;
       continue;
     }
-    const std::uint32_t number = numbers(row.number);
+    const std::uint32_t number = numbers(table.number(i));
     doubles += field.madeCreator(number) || (source && source->holds(number)) ? 1 : 0;
   }
   return doubles;

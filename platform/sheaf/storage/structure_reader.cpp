@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <unordered_set>
+#include <utility>
 
 #include "recast/larder/console.h"
 #include "recast/sheaf/storage/attribute_io.h"
@@ -86,15 +87,14 @@ bool StructureReader::openChild(const LinkPath& path, hid_t group, const std::st
 }
 
 void StructureReader::tellLost(hid_t group, const std::string& link) const {
-  const int systemError = lastSystemError();
+  const int systemError = std::exchange(lastSystemError(), 0);
   const auto target = externalTarget(group, link);
   H5Eclear2(H5E_DEFAULT);
-  Larder::Console() << file_.state().shownName << ": \"" << unescapedName(link) << "\" lies in \""
-                    << (target ? target->first : std::string("another place"))
-                    << "\", which can't be opened"
-                    << (systemError != 0 ? std::string(" (") + std::strerror(systemError) + ")"
-                                         : "")
-                    << "; it is left out.";
+  tellAfterLock(
+      "\"" + unescapedName(link) + "\" lies in \"" +
+      (target ? target->first : std::string("another place")) + "\", which can't be opened" +
+      (systemError != 0 ? std::string(" (") + std::strerror(systemError) + ")" : std::string()) +
+      "; it is left out.");
 }
 
 AttributeContent StructureReader::attributesOf(hid_t group) const {
@@ -127,8 +127,7 @@ void StructureReader::readSlice(const LinkPath& path, hid_t group, FileContent& 
   {
     const Hdf5Lock lock(file_.state());
     if (!timeOf(path.back(), group, slice.time)) {
-      Larder::Console() << file_.state().shownName << ": \"" << path.back()
-                        << "\" is no slice: it has no time; it is left out.";
+      tellAfterLock("\"" + path.back() + "\" is no slice: it has no time; it is left out.");
       return;
     }
   }
@@ -191,10 +190,10 @@ FieldContent StructureReader::readField(const LinkPath& path, hid_t group) const
   field.path = path;
   field.name = unescapedName(path.back());
   field.attributes = attributesOf(group);
+  field.table = readTable(file_, group);
   const Hdf5Lock lock(file_.state());
   field.typeName = readText(group, kTypeAttribute);
   field.donor = readText(group, kIdentifiersAttribute);
-  field.table = readTable(file_, group);
   if (field.donor.empty()) field.identifiers = readIdentifiers(path, group, field.table);
   std::array<double, 6> box;
   if (readNumbers(group, kBoxAttribute, box.data(), box.size())) field.box = box;
@@ -226,13 +225,13 @@ std::vector<std::string> StructureReader::fragmentNames(const LinkPath& path,
   std::vector<std::string> names(count);
   std::unordered_set<std::string> known;
   for (std::size_t i = 0; i < table.size(); ++i) {
-    const FragmentRow row = table.row(i);
-    if (!isIdentifier(row)) continue;
+    const std::int64_t number = table.number(i);
+    if (number == FragmentRow::kUndivided) continue;
     std::string name = unescapedName(table.name(i));
     if (!known.insert(name).second) damaged(path, "two fragments have one name");
     // A number beyond the rows is found by `requireNumbers`.
-    if (row.number >= 0 && row.number < static_cast<std::int64_t>(count))
-      names[static_cast<std::size_t>(row.number)] = std::move(name);
+    if (number >= 0 && number < static_cast<std::int64_t>(count))
+      names[static_cast<std::size_t>(number)] = std::move(name);
   }
   return names;
 }
@@ -243,11 +242,10 @@ void StructureReader::requireNumbers(const FieldContent& field, std::size_t iden
   if (identifiers > UINT32_MAX) damaged(field.path, "it has more fragments than can be numbered");
   std::vector<bool> numbered(identifiers);
   for (std::size_t i = 0; i < field.table.size(); ++i) {
-    const FragmentRow row = field.table.row(i);
-    if (row.data.lie != Lie::Absent && field.typeName.empty())
+    if (field.table.hasData(i) && field.typeName.empty())
       damaged(field.path, "its element type is not told");
-    if (!isIdentifier(row)) continue;
-    const auto number = static_cast<std::size_t>(row.number);
+    if (field.table.number(i) == FragmentRow::kUndivided) continue;
+    const auto number = static_cast<std::size_t>(field.table.number(i));
     if (number >= identifiers || numbered[number])
       damaged(field.path, "the table numbers fragments that there are not, or one twice");
     numbered[number] = true;

@@ -69,6 +69,8 @@ void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
 }
 
 void StructureWriter::handOverMissing(const Bundle& bundle) {
+  for (const auto& [time, slice] : bundle)
+    if (writer_.storage_->isSaveableTime(time)) writer_.claim(time);
   forEachField(bundle,
                [this](const Field& field, unsigned long long, Donors&) { handOverMissing(field); });
 }
@@ -164,9 +166,9 @@ void StructureWriter::writeField(const Field& field, unsigned long long index, D
     }
     writeAttributes(group, field);
     store->removeOthers(std::move(table.used));
-    writeTable(group, table.rows, table.names);
-    store->closeGroup();
   }
+  writeTable(*store->file(), store->group(), table.rows, table.names);
+  store->closeGroup();
   writer_.storage_->isSaved(FieldID(field.placement()->FieldName));
 }
 
