@@ -10,6 +10,12 @@ int main(int argc, char** argv) {
   program.require_subcommand(1);
   RecastHost::Outcome outcome;
   RecastHost::addRasterCommand(program, outcome);
+  RecastHost::addTerrainCommand(program, outcome);
+  RecastHost::addImportCityJsonCommand(program, outcome);
+  RecastHost::addLodCommands(program, outcome);
+  RecastHost::addExportObjCommand(program, outcome);
+  RecastHost::addColumnsCommand(program, outcome);
+  RecastHost::addRefragmentCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)

@@ -4,7 +4,10 @@
 
 namespace RecastHost {
 
-/// What a status of the raster and terrain functions means, as the end of a sentence.
+/// What a status means, as the end of a sentence: of the raster converter, of the terrain import,
+/// of the column import.
 std::string rasterStatusText(int status);
+std::string terrainStatusText(int status);
+std::string columnStatusText(int status);
 
 }  // namespace RecastHost

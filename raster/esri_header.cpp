@@ -52,6 +52,12 @@ struct CloseFile {
 
 }  // namespace
 
+int EsriHeader::firstMissing() const {
+  if (!columns || !rows) return kNoDimensions;
+  if (!x || !y) return kNoLowerLeft;
+  return cellSize ? kRasterDone : kNoCellSize;
+}
+
 Heron::PhysicalSpace::point EsriHeader::origin() const {
   const double toCentre = isCorner ? *cellSize / 2 : 0.0;
   return {*x + toCentre, *y + toCentre, 0.0};

@@ -23,6 +23,9 @@ struct EsriHeader {
 
   static constexpr double kDefaultNoData = -9999.0;
 
+  /// The first of the necessary values that isn't there, as a RasterStatus: 5, 6 or 7; 0 if all
+  /// are.
+  int firstMissing() const;
   /// The centre of the lower-left cell, z = 0. \pre x, y and cellSize are there.
   Heron::PhysicalSpace::point origin() const;
 };

@@ -14,18 +14,11 @@
 namespace Recast {
 namespace {
 
-/// The first value that the header lacks, as a status.
-int missingValue(const EsriHeader& header) {
-  if (!header.columns || !header.rows) return kNoDimensions;
-  if (!header.x || !header.y) return kNoLowerLeft;
-  return header.cellSize ? kRasterDone : kNoCellSize;
-}
-
 int convertRaster(const std::string& path, const std::string& outputPath,
                   const std::string& uniformGridName, const std::string& pointGridName) {
   EsriHeader header;
   if (const int status = readEsriHeader(path, {}, header); status != kRasterDone) return status;
-  if (const int status = missingValue(header); status != kRasterDone) return status;
+  if (const int status = header.firstMissing(); status != kRasterDone) return status;
   const double cellSize = *header.cellSize;
 
   const Quilt::BundlePtr bundle(new Quilt::Bundle);

@@ -32,20 +32,13 @@ class FragIt : public Quilt::FragmentIterator {
     if (known_ && known_->findFragmentIDByName(name)) return true;
     const auto heights = creator->create(false).castTo<HeightArray>();
     if (!heights) return false;
-    store(name, walkRaster(*heights, noData_, cell_, origin_));
+    const RasterCloud cloud = walkRaster(*heights, noData_, cell_, origin_);
+    grid_.positions->makeFragmentID(name);
+    if (!cloud.points->empty()) grid_.store(name, cloud, cell_.x());
     return true;
   }
 
  private:
-  void store(const std::string& name, const RasterCloud& cloud) const {
-    const auto fragment = grid_.positions->makeFragmentID(name);
-    if (cloud.points->empty()) return;
-    auto& cache = Larder::Cache::MemCache();
-    grid_.positions->setPersistentData(wrapped(cloud.points), fragment, cache, "");
-    grid_.positions->getCreator(fragment)->setAttribute("CellSize", Larder::singleValue(cell_.x()));
-    grid_.normals->setPersistentData(wrapped(cloud.normals), fragment, cache, "");
-  }
-
   const PointCloudGrid& grid_;
   double noData_;
   const PhysicalSpace::point& origin_;
@@ -61,6 +54,17 @@ int PointCloudGrid::in(Quilt::Slice& slice, const std::string& name, PointCloudG
   if (!result.positions) return kNoPositions;
   result.normals = (*representation)[Quilt::TriangularSurface::NormalVectorFieldName];
   return result.normals ? kRasterDone : kNoNormals;
+}
+
+Quilt::CreatorHandle PointCloudGrid::store(const std::string& fragmentName,
+                                           const RasterCloud& cloud, double cellSize) const {
+  auto& cache = Larder::Cache::MemCache();
+  const auto fragment = positions->makeFragmentID(fragmentName);
+  positions->setPersistentData(wrapped(cloud.points), fragment, cache, "");
+  const auto creator = positions->getCreator(fragment);
+  creator->setAttribute("CellSize", Larder::singleValue(cellSize));
+  normals->setPersistentData(wrapped(cloud.normals), fragment, cache, "");
+  return creator;
 }
 
 int deriveRasterPointCloud(Quilt::Slice& slice, const Quilt::Field& elevation,

@@ -15,6 +15,12 @@ struct PointCloudGrid {
   /// The grid of that name in the slice with both fields, made if missing.
   /// \return a RasterStatus: 0, 12 or 13.
   static int in(Quilt::Slice& slice, const std::string& name, PointCloudGrid& result);
+
+  /// Hands a cloud of at least one point over as the data of the fragment of that name.
+  /// \param cellSize kept as the attribute "CellSize" of the positions.
+  /// \return the creator of the positions. \throw Quilt::StorageError
+  Quilt::CreatorHandle store(const std::string& fragmentName, const RasterCloud& cloud,
+                             double cellSize) const;
 };
 
 /// Makes a fragment of points and normals, in the grid of `pointGridName`, from each fragment of

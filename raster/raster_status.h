@@ -17,6 +17,13 @@ enum RasterStatus {
   kNotANumber = 11,       ///< a token of a data line doesn't start with a number
   kNoPositions = 12,      ///< the field "Positions" isn't available
   kNoNormals = 13,        ///< the normals field isn't available
+  kNoUniformGrid = 14,    ///< the slice holds no uniform grid of that name
+  kNoElevation = 15,      ///< the grid has no "Elevation", or its data is of another kind
+  kNoFragment = 16,       ///< the field has no such fragment, or none at all
+  kNoPointArray = 17,     ///< a source fragment's data is no array of points
+  kNoTileData = 18,       ///< the field has no data for the tile
+  kBadSampleLine = 19,    ///< a line of a terrain text isn't three numbers
+  kSampleOutside = 20,    ///< a sample's position falls outside the raster
 };
 
 }  // namespace Recast

@@ -1,24 +1,11 @@
 #include "recast/raster/world_frame.h"
 
 #include <cstdint>
-#include <limits>
 
 #include "recast/larder/console.h"
+#include "recast/raster/truncation.h"
 
 namespace Recast::WorldFrame {
-namespace {
-
-/// Truncates into the range of T; NaN becomes the lowest number.
-template <class T>
-T truncated(double value) {
-  using Limits = std::numeric_limits<T>;
-  if (!(value > static_cast<double>(Limits::min()))) return Limits::min();
-  if (value >= static_cast<double>(Limits::max())) return Limits::max();
-  return static_cast<T>(value);
-}
-
-}  // namespace
-
 Heron::PhysicalSpace::point lowerCorner() {
   return {3000000.0, 5000000.0, 0.0};
 }

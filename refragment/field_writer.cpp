@@ -52,8 +52,7 @@ class FieldWriter {
     box_.reportSteps(kWriteStep, box_.TargetFrags.product() - written);
     const auto& segments = box_.IndexLists.segments();
     const int threads = box_.IndexLists.points() < kWorthASecondThread ? 1 : box_.Threads;
-    forEachInParallel(threads, segments.size(),
-                      [&](std::uint64_t i) { distribute(segments[i]); });
+    forEachInParallel(threads, segments.size(), [&](std::uint64_t i) { distribute(segments[i]); });
     // What no source fragment has data for stays as it was made.
     for (std::uint32_t slot = 0; slot < arrays_.size(); ++slot)
       if (isWritten(slot) && available_[slot] == 0) {

@@ -39,15 +39,13 @@ class RECAST_API QuiltType : public QuiltTypeBase {
 
 template <class T>
 Larder::StrongPtr<QuiltTypeBase> QuiltType<T>::getQuiltType() {
-  struct Descriptor : QuiltType {
-    explicit Descriptor(QuiltTypeIndex index) : QuiltType(std::move(index)) { this->remember(); }
-  };
   using Traits = ElementTraits<T>;
   using Component = typename Traits::Component;
-  static Larder::Auto<Descriptor> descriptor(QuiltTypeIndex{
+  static Larder::Auto<QuiltType> descriptor(QuiltTypeIndex{
       Traits::kComponents, sizeof(T), Traits::kTensorRank, Traits::kGrade, sizeof(Component),
       Larder::Typename(typeid(T)), Larder::Typename(typeid(Component)),
       Larder::Typename(typeid(typename Traits::Chart)), Traits::kChartDimensions});
+  [[maybe_unused]] static const bool remembered = (descriptor.remember(), true);
   return Larder::StrongPtr<QuiltTypeBase>(&descriptor);
 }
 

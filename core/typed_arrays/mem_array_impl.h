@@ -2,17 +2,29 @@
 
 // The bodies of the array templates, for the units of this component that instantiate them.
 
+#include <stdexcept>
+
 #include "recast/typed_arrays/mem_array_allocator.h"
 
 namespace Quilt {
+
+/// The elements of a shape that is to get memory. A product that wraps would get too little of it.
+template <int N>
+std::size_t elementCount(const MultiIndex<N>& shape) {
+  std::uint64_t count = 0;
+  if (!DynamicSize(shape).product(1, count))
+    throw std::length_error("an array of more elements than 64 bits can count");
+  return count;
+}
 
 template <int N, class T>
 bool MemArray<N, T>::TypeIsRegistered = MemArrayAllocator<T>::isRegistered();
 
 template <int N, class T>
 MemArray<N, T>::MemArray(const MultiIndex<N>& shape, const WeakCreator& madeBy)
-    : MemArray(Larder::StrongPtr<Larder::ChunkBase>(new Larder::Chunk<T>(shape.product(), false)),
-               shape, madeBy) {}
+    : MemArray(
+          Larder::StrongPtr<Larder::ChunkBase>(new Larder::Chunk<T>(elementCount(shape), false)),
+          shape, madeBy) {}
 
 template <int N, class T>
 MemArray<N, T>::MemArray(const Larder::StrongPtr<Larder::ChunkBase>& source,

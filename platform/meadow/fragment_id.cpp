@@ -6,10 +6,11 @@
 namespace Quilt {
 namespace {
 
-void requireNumberable(bool fits, std::uint64_t identifiers) {
-  if (!fits || identifiers > std::numeric_limits<std::uint32_t>::max())
-    throw std::length_error("more fragments than their 32-bit numbers can count");
+[[noreturn]] void tooMany() {
+  throw std::length_error("more fragments than their 32-bit numbers can count");
 }
+
+constexpr std::uint64_t kMostIdentifiers = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
 
@@ -30,7 +31,7 @@ FragmentIDCollection::FragmentIDCollection()
 
 FragmentIDCollection::Handle FragmentIDCollection::makeFragmentID(const std::string& name) {
   if (auto present = findFragmentIDByName(name)) return present;
-  requireNumberable(true, identifiers_->size() + 1);
+  if (identifiers_->size() == kMostIdentifiers) tooMany();
   const auto number = static_cast<std::uint32_t>(identifiers_->size());
   const Larder::WeakPtrImpl<FragmentIDCollection, FragmentIDCollection> self(this);
   auto fresh = Larder::makeStrong<FragmentID>(name, number, self);
@@ -53,7 +54,7 @@ template <int N>
 void FragmentIDCollection::setFragmentNames(const MultiIndex<N>& counts,
                                             const std::string& prefix) {
   std::uint64_t wanted = 0;
-  requireNumberable(DynamicSize(counts).product(1, wanted), wanted);
+  if (!DynamicSize(counts).product(1, wanted) || wanted > kMostIdentifiers) tooMany();
   auto identifiers = Larder::makeStrong<Identifiers>(std::size_t{wanted});
   Names names;
   names.reserve(wanted);

@@ -29,7 +29,7 @@ class RECAST_API MultiIndex : public MultiIndex<N - 1> {
   const std::uint64_t& operator[](std::size_t i) const {
     return i == N - 1 ? last_ : MultiIndex<N - 1>::operator[](i);
   }
-  /// The product of all numbers: the element count of a shape.
+  /// The product of all numbers, modulo 2^64: the element count of a shape.
   std::uint64_t product() const { return MultiIndex<N - 1>::product() * last_; }
   /// Steps a position through `shape`, the first index fastest.
   /// \return false when the last position was passed; all numbers are 0 then.

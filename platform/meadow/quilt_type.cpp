@@ -11,11 +11,12 @@ namespace {
 
 struct KnownTypes {
   std::shared_mutex mutex;
-  std::map<std::string, QuiltTypeBase*> byName;
+  std::map<std::string, Larder::WeakPtrImpl<QuiltTypeBase>> byName;
 };
 
 KnownTypes& knownTypes() {
-  // Never destroyed: descriptors are looked up until the last static has gone.
+  // Never destroyed: types may be looked up until the last static has gone, in vain once their
+  // descriptors have.
   static auto* types = new KnownTypes;
   return *types;
 }
@@ -24,14 +25,13 @@ KnownTypes& knownTypes() {
 
 void QuiltTypeBase::remember() {
   const std::unique_lock lock(knownTypes().mutex);
-  knownTypes().byName[TypeName] = this;
+  knownTypes().byName[TypeName] = Larder::WeakPtrImpl<QuiltTypeBase>(this);
 }
 
 Larder::StrongPtr<QuiltTypeBase> QuiltTypeBase::find(const std::string& typeName) {
   const std::shared_lock lock(knownTypes().mutex);
   const auto found = knownTypes().byName.find(typeName);
-  return Larder::StrongPtr<QuiltTypeBase>(found == knownTypes().byName.end() ? nullptr
-                                                                             : found->second);
+  return found == knownTypes().byName.end() ? nullptr : found->second.lock();
 }
 
 Larder::StrongPtr<QuiltTypeBase> QuiltTypeBase::find(const std::type_info& type) {

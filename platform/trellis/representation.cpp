@@ -23,7 +23,7 @@ Larder::StrongPtr<FieldID> Representation::makeFieldID(const std::string& name) 
 
 Larder::StrongPtr<FieldID> Representation::findFieldID(const std::string& name) const {
   const Entry* entry = find(name);
-  return entry != nullptr && entry->field ? entry->id : nullptr;
+  return entry != nullptr ? entry->id : nullptr;
 }
 
 FieldProxy Representation::makeField(const Larder::StrongPtr<FieldID>& id,

@@ -1,14 +1,22 @@
 #include "recast/trelliskinds/uniform_array.h"
 
+#include <stdexcept>
+
 namespace Quilt {
+namespace {
+
+const QuiltTypeIndex& pointType() {
+  static const auto type = QuiltTypeBase::find(typeid(Heron::PhysicalSpace::point));
+  if (!type) throw std::logic_error("the element types are not registered");
+  return *type;
+}
+
+}  // namespace
 
 UniformCartesianArray::UniformCartesianArray(const MultiIndex<3>& size,
                                              const Heron::PhysicalSpace::point& origin,
                                              const Heron::PhysicalSpace::vector& spacing)
-    : MemBase(*QuiltTypeBase::find(typeid(Heron::PhysicalSpace::point)), nullptr),
-      size_(size),
-      origin_(origin),
-      spacing_(spacing) {}
+    : MemBase(pointType(), nullptr), size_(size), origin_(origin), spacing_(spacing) {}
 
 Larder::StrongPtr<UniformCartesianArray, Larder::Cacheable> UniformCartesianArray::overBox(
     const Heron::PhysicalSpace::point& lower, const MultiIndex<3>& size,
@@ -23,9 +31,10 @@ Heron::PhysicalSpace::point UniformCartesianArray::operator[](const MultiIndex<3
   return {axis(0)[position[0]], axis(1)[position[1]], axis(2)[position[2]]};
 }
 
-MemBaseHandle UniformCartesianArray::makeMemArray(const WeakCreator&) {
+MemBaseHandle UniformCartesianArray::makeMemArray(const WeakCreator& creator) {
   MemBaseHandle array = MemBase::newArray(typeIndex().TypeName, DynamicSize(size_));
-  if (!array || array->nElements() == 0) return array;
+  array->setCreator(creator);
+  if (array->nElements() == 0) return array;
   auto* element = static_cast<Heron::PhysicalSpace::point*>(array->getChunk()->data_ptr());
   MultiIndex<3> position;
   do {

@@ -72,8 +72,8 @@ with h5py.File(sys.argv[1], "r") as main:
 with h5py.File(sys.argv[2], "r") as field:
     assert list(field["0.000000/Cloud/Skeleton_3_0/Cartesian/Number/RegularFragment[0x0x0]"]) == [10]
 )");
-  EXPECT_EQ(std::system(("cd / && /usr/bin/python3 " + script + " " + (folder / "moved/cloud.q8") + " " +
-                         (folder / "moved/fields/Number.q8"))
+  EXPECT_EQ(std::system(("cd / && /usr/bin/python3 " + script + " " + (folder / "moved/cloud.q8") +
+                         " " + (folder / "moved/fields/Number.q8"))
                             .c_str()),
             0);
 }

@@ -2,10 +2,10 @@
 #include <limits>
 
 #include "clouds.h"
-#include "recast/trelliskinds/uniform_array.h"
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include "recast/trelliskinds/uniform_array.h"
 
 using namespace RefragmentTest;
 

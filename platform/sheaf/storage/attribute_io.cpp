@@ -16,9 +16,6 @@ namespace Quilt::Storage {
 namespace {
 
 constexpr hsize_t kMostBytes = hsize_t{256} << 20;
-/// Texts of variable length that one attribute may hold. They can share their bytes in the file, so
-/// the file's size does not bound them.
-constexpr hsize_t kMostVariableTexts = 64;
 
 std::string companionOf(const std::string& link) {
   return "@type:" + link;
@@ -119,23 +116,14 @@ struct OpenAttribute {
     H5Sget_simple_extent_dims(space, axes.data(), nullptr);
     for (const hsize_t axis : axes)
       if (__builtin_mul_overflow(elements, axis, &elements)) return false;
-    return elements < kMostBytes && H5Aget_storage_size(id) < kMostBytes;
+    return elements < kMostBytes && H5Aget_storage_size(id) < kMostBytes && !isVariable();
   }
+  /// Such texts lie in a part of the file that carries no checksums, in which damage can crash
+  /// HDF5.
+  bool isVariable() const { return H5Tis_variable_str(type) > 0; }
 };
 
-std::vector<std::string> readVariableTexts(const OpenAttribute& attribute) {
-  if (attribute.elements > kMostVariableTexts) return {};
-  const Id space(H5Aget_space(attribute.id));
-  std::vector<char*> starts(attribute.elements);
-  if (H5Aread(attribute.id, attribute.type, starts.data()) < 0) return {};
-  std::vector<std::string> texts;
-  for (const char* start : starts) texts.emplace_back(start != nullptr ? start : "");
-  H5Dvlen_reclaim(attribute.type, space, H5P_DEFAULT, starts.data());
-  return texts;
-}
-
 std::vector<std::string> readTexts(const OpenAttribute& attribute) {
-  if (H5Tis_variable_str(attribute.type) > 0) return readVariableTexts(attribute);
   const std::size_t size = H5Tget_size(attribute.type);
   if (attribute.elements * size > kMostBytes) return {};
   std::vector<char> bytes(attribute.elements * size);
@@ -167,20 +155,21 @@ std::string plainTypeOf(const OpenAttribute& attribute) {
   if (H5Tget_sign(attribute.type) != H5T_SGN_NONE)
     return size <= 4 || fitsInt(attribute) ? "int" : "double";
   switch (size) {
-    case 1:
-      return "unsigned char";
-    case 2:
-      return "unsigned short";
-    case 4:
-      return "unsigned int";
-    default:
-      return "unsigned long long";
+    case 1: return "unsigned char";
+    case 2: return "unsigned short";
+    case 4: return "unsigned int";
+    default: return "unsigned long long";
   }
 }
 
 Larder::StrongPtr<Larder::ChunkBase> readChunk(hid_t object, const char* name) {
   OpenAttribute attribute;
-  if (!attribute.open(object, name)) return nullptr;
+  if (!attribute.open(object, name)) {
+    if (attribute.type.valid() && attribute.isVariable())
+      Larder::Console() << lockedFileName() << ": the attribute \"" << unescapedName(name)
+                        << "\" is a text of variable length, which is not read; it is left out.";
+    return nullptr;
+  }
   if (H5Tget_class(attribute.type) == H5T_STRING)
     return Larder::StrongPtr<Larder::ChunkBase>(
         new Larder::Chunk<std::string>(readTexts(attribute)));

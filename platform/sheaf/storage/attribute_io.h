@@ -19,9 +19,9 @@ void writeAttributes(hid_t object, const Larder::Attributes& attributes);
 /// StorageError
 void removeAttribute(hid_t object, const std::string& name);
 
-/// Reads the attributes of an HDF5 object that are not our own. Integers of
-/// any size become the element type that holds them, texts may have a fixed or a variable length;
-/// what is neither number nor text is left out. The caller holds the lock.
+/// Reads the attributes of an HDF5 object that are not our own. Integers of any size become the
+/// element type that holds them. What is neither number nor text is left out, and so are texts of
+/// variable length, which the console tells. The caller holds the lock.
 void readAttributes(hid_t object, Larder::Attributes& attributes);
 
 /// Our own attributes, whose names begin with "@". The readers give the default if there is none of

@@ -47,6 +47,7 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
     : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
       tellCreators_(tellCreators),
       existing_(existing),
+      mostWaiting_(std::min(kMostWaiting, Larder::Cache::MemCache().budget())),
       pool_(workersFor(*storage_)) {
   main_.partial = std::make_unique<PartialFile>(target, existing);
   main_.file = Larder::makeStrong<Q8File>(main_.partial->path(), target,
@@ -187,7 +188,8 @@ const BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place, Li
   const std::string targetName = target.lexically_normal().string();
   const auto [claim, isNew] =
       externalPlaces_.try_emplace(targetName + joined(insidePath), joined(mainPath));
-  if (!isNew) refuse(place, "its place in " + name + " is that of " + claim->second);
+  if (claim->second != joined(mainPath))
+    refuse(place, "its place in " + name + " is that of " + claim->second);
   const OutputFile& output = externalOutput(targetName);
   path = insidePath;
   linkExternal(output, storage_->getExternalFileReference(main_.partial->target(), targetName),
@@ -199,13 +201,15 @@ const BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place, Li
 /// in which it lies, whatever the rules say of new ones. \param externalFile is left empty for the
 /// main file.
 bool BundleWriter::staysWhereItLies(const LinkPath& path, std::string& externalFile,
-                                    LinkPath& inside) const {
+                                    LinkPath& inside) {
   const Hdf5Lock lock(main_.file->state());
   const Id parent = findGroup(*main_.file, {path.begin(), path.end() - 1});
   if (!parent.valid() || !hasLink(parent, path.back())) return false;
   if (const auto target = externalTarget(parent, path.back())) {
-    // A link that leads nowhere is replaced.
-    if (!leadsSomewhere(parent, path.back())) return false;
+    if (!leadsSomewhere(parent, path.back())) {
+      removeLink(parent, path.back());  // the data is lost; nothing stands in the field's way
+      return false;
+    }
     externalFile = target->first;
     inside = splitPath(target->second);
   }
@@ -237,7 +241,7 @@ void BundleWriter::linkExternal(const OutputFile& external, const std::string& r
 void BundleWriter::enqueue(Job job) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] {
-    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= kMostWaiting;
+    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= mostWaiting_;
   });
   waitingBytes_ += job.bytes;
   jobs_.push_back(std::move(job));

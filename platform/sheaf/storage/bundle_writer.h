@@ -20,9 +20,9 @@ namespace Quilt::Storage {
 /// Writes a bundle to a file: takes arrays from any thread, filters them on the machine's cores,
 /// writes them in a thread of its own, and completes the file with all that tells of them.
 ///
-/// Arrays that wait to be written hold at most about `kMostWaiting` bytes; `store` waits when there
-/// are more. After the first error nothing more is written, every call throws it, and `complete`
-/// leaves the target as it was.
+/// Arrays that wait to be written hold at most about `kMostWaiting` bytes, and no more than the
+/// memory cache may; `store` waits when there are more. After the first error nothing more is
+/// written, every call throws it, and `complete` leaves the target as it was.
 class BundleWriter : public FragmentSink {
  public:
   static constexpr std::size_t kMostWaiting = std::size_t{256} << 20;
@@ -73,7 +73,7 @@ class BundleWriter : public FragmentSink {
   Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
   /// The file for a field, and its path in there. \pre `mutex_` is held.
   const OutputFile& fileFor(const Placement& place, LinkPath& path);
-  bool staysWhereItLies(const LinkPath& path, std::string& externalFile, LinkPath& inside) const;
+  bool staysWhereItLies(const LinkPath& path, std::string& externalFile, LinkPath& inside);
   const OutputFile& externalOutput(const std::string& target);
   void linkExternal(const OutputFile& external, const std::string& reference, const LinkPath& path,
                     const LinkPath& inside);
@@ -91,6 +91,7 @@ class BundleWriter : public FragmentSink {
   StorageHandle storage_;
   bool tellCreators_;
   bool existing_;
+  std::size_t mostWaiting_;
   OutputFile main_;
 
   std::mutex mutex_;  // guards the members below

@@ -60,6 +60,10 @@ herr_t freeInfo(void* info) {
   return 0;
 }
 
+bool hasSafeForm(int descriptor, off_t size) {
+  return size == 0 || formOfFile(descriptor) == FileForm::Checksummed;
+}
+
 H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr_t) {
   const auto* info = static_cast<const DriverInfo*>(H5Pget_driver_info(accessProperties));
   if (info == nullptr) return nullptr;
@@ -76,6 +80,10 @@ H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr
       errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     }
     failed();
+    return nullptr;
+  }
+  if (!hasSafeForm(descriptor, status.st_size)) {
+    close(descriptor);
     return nullptr;
   }
   auto* file = new (std::nothrow) OpenFile{};
@@ -217,6 +225,17 @@ void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& sta
   static const hid_t driver = registerDriver();
   const DriverInfo info{state};
   H5Pset_driver(accessProperties, driver, &info);
+}
+
+FileForm formOfFile(int descriptor) {
+  constexpr unsigned char kSignature[] = {0x89, 'H', 'D', 'F', '\r', '\n', 0x1a, '\n'};
+  constexpr unsigned char kFirstWithChecksums = 2;
+  unsigned char start[sizeof kSignature + 1] = {};
+  if (pread(descriptor, start, sizeof start, 0) != sizeof start ||
+      std::memcmp(start, kSignature, sizeof kSignature) != 0)
+    return FileForm::Foreign;
+  return start[sizeof kSignature] < kFirstWithChecksums ? FileForm::Unchecked
+                                                        : FileForm::Checksummed;
 }
 
 int& lastSystemError() {

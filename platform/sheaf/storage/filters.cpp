@@ -43,18 +43,10 @@ struct Compressors {
 void shuffle(std::span<const std::byte> source, std::size_t elementSize, std::byte* target) {
   const std::size_t count = source.size() / elementSize;
   switch (elementSize) {
-    case 1:
-      std::memcpy(target, source.data(), source.size());
-      return;
-    case 2:
-      shuffleFixed<2>(source.data(), count, target);
-      return;
-    case 4:
-      shuffleFixed<4>(source.data(), count, target);
-      return;
-    case 8:
-      shuffleFixed<8>(source.data(), count, target);
-      return;
+    case 1: std::memcpy(target, source.data(), source.size()); return;
+    case 2: shuffleFixed<2>(source.data(), count, target); return;
+    case 4: shuffleFixed<4>(source.data(), count, target); return;
+    case 8: shuffleFixed<8>(source.data(), count, target); return;
     default:
       for (std::size_t i = 0; i < count; ++i)
         for (std::size_t b = 0; b < elementSize; ++b)
@@ -65,18 +57,10 @@ void shuffle(std::span<const std::byte> source, std::size_t elementSize, std::by
 void unshuffle(std::span<const std::byte> source, std::size_t elementSize, std::byte* target) {
   const std::size_t count = source.size() / elementSize;
   switch (elementSize) {
-    case 1:
-      std::memcpy(target, source.data(), source.size());
-      return;
-    case 2:
-      unshuffleFixed<2>(source.data(), count, target);
-      return;
-    case 4:
-      unshuffleFixed<4>(source.data(), count, target);
-      return;
-    case 8:
-      unshuffleFixed<8>(source.data(), count, target);
-      return;
+    case 1: std::memcpy(target, source.data(), source.size()); return;
+    case 2: unshuffleFixed<2>(source.data(), count, target); return;
+    case 4: unshuffleFixed<4>(source.data(), count, target); return;
+    case 8: unshuffleFixed<8>(source.data(), count, target); return;
     default:
       for (std::size_t i = 0; i < count; ++i)
         for (std::size_t b = 0; b < elementSize; ++b)

@@ -72,16 +72,18 @@ struct PlacedColumn {
   std::size_t fileOffset;  // in the rows as they are read or written
 };
 
-/// A compound type of the placed columns, with the name first if it has a length.
-Id rowType(const std::vector<PlacedColumn>& columns, std::size_t nameLength, std::size_t size) {
+Id nameType(std::size_t length) {
+  Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
+  checked(H5Tset_size(name, length), "lay out table");
+  checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
+  checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
+  return name;
+}
+
+/// A compound type of the placed columns, with the name first if there is one.
+Id rowType(const std::vector<PlacedColumn>& columns, const Id& name, std::size_t size) {
   Id type = own(H5Tcreate(H5T_COMPOUND, size), "lay out table");
-  if (nameLength > 0) {
-    const Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
-    checked(H5Tset_size(name, nameLength), "lay out table");
-    checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
-    checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
-    checked(H5Tinsert(type, kName, 0, name), "lay out table");
-  }
+  if (name.valid()) checked(H5Tinsert(type, kName, 0, name), "lay out table");
   for (const PlacedColumn& placed : columns) {
     const Id member = columnType(placed.column, placed.width);
     checked(H5Tinsert(type, placed.column.name, placed.fileOffset, member), "lay out table");
@@ -182,8 +184,8 @@ void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
                   columnBytes(placed.column, placed.width));
   }
   if (hasLink(field, kTableDataset)) removeLink(field, kTableDataset);
-  writeList(field, kTableDataset, rowType(columns, nameLength, size), bytes.data(), rows.size(),
-            true);
+  const Id name = nameLength > 0 ? nameType(nameLength) : Id();
+  writeList(field, kTableDataset, rowType(columns, name, size), bytes.data(), rows.size(), true);
 }
 
 FragmentTable readTable(Q8File& file, hid_t field) {
@@ -197,8 +199,9 @@ FragmentTable readTable(Q8File& file, hid_t field) {
                        "it is laid out otherwise");
   };
   if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) refuse();
+  Id name;
   if (const int index = H5Tget_member_index(fileRow, kName); index >= 0) {
-    const Id name(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
+    name = Id(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
     if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) refuse();
     table.nameBytes_ = H5Tget_size(name);
   }
@@ -213,7 +216,7 @@ FragmentTable readTable(Q8File& file, hid_t field) {
   }
   // A file's row may be padded, but not made of nothing: that would let few bytes claim many rows.
   if (columns.empty() || table.rowBytes_ > 16 * shape.numberSize) refuse();
-  const Id type = rowType(columns, table.nameBytes_, table.rowBytes_);
+  const Id type = rowType(columns, name, table.rowBytes_);
   table.bytes_.resize(shape.numbers * table.rowBytes_);
   if (shape.numbers > 0)
     checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.bytes_.data()),

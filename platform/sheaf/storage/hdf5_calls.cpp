@@ -39,7 +39,12 @@ Hdf5Lock::~Hdf5Lock() {
 
 void Id::close(hid_t id) noexcept {
   const std::lock_guard lock(processLock());
-  H5Idec_ref(id);
+  // A file that was closed took its objects' identifiers with it.
+  if (H5Iis_valid(id) > 0) H5Idec_ref(id);
+}
+
+std::string lockedFileName() {
+  return currentFile != nullptr ? currentFile->shownName : std::string();
 }
 
 void fail(const std::string& operation) {
@@ -52,8 +57,7 @@ void fail(const std::string& operation) {
     H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, firstMessage, &reason);
   if (reason.empty()) reason = "refused by the file format library";
   H5Eclear2(H5E_DEFAULT);
-  throw StorageError(currentFile != nullptr ? currentFile->shownName : std::string(), operation,
-                     reason);
+  throw StorageError(lockedFileName(), operation, reason);
 }
 
 }  // namespace Quilt::Storage

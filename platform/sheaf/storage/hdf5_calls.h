@@ -31,6 +31,9 @@ class Hdf5Lock {
 /// one and else HDF5's own.
 [[noreturn]] void fail(const std::string& operation);
 
+/// The name of the file of the innermost lock.
+std::string lockedFileName();
+
 /// The result of an HDF5 call, if it isn't negative.
 /// \throw StorageError saying that `operation` failed.
 template <class Result>

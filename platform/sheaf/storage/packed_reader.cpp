@@ -12,6 +12,7 @@ namespace {
 
 /// Bytes of a piece of a dataset that isn't chunked.
 constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
+constexpr std::size_t kKeptPieces = 4;
 
 }  // namespace
 
@@ -27,32 +28,48 @@ void PackedReader::requireElements(std::uint64_t first, std::uint64_t elements) 
 }
 
 void PackedReader::refresh() {
-  dataset_ = openDataset(file_->id(), path_);
-  shape_ = numbersShapeOf(*file_, dataset_, path_);
+  dataset_ = Id();  // a failure leaves the reader as it was at first
+  Id dataset = openDataset(file_->id(), path_);
+  DatasetShape shape = numbersShapeOf(*file_, dataset, path_);
   const std::size_t rank = layout_.components > 1 ? 2 : 1;
-  if (shape_.axes.size() == rank && (rank == 1 || shape_.axes[1] == layout_.components)) return;
-  dataset_ = Id();
-  throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+  if (shape.axes.size() != rank || (rank == 2 && shape.axes[1] != layout_.components))
+    throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+  dataset_ = std::move(dataset);
+  shape_ = std::move(shape);
 }
 
 void PackedReader::read(std::uint64_t first, std::uint64_t elements, std::byte* target) {
   const std::lock_guard guard(mutex_);
   const std::size_t elementBytes = layout_.componentSize * layout_.components;
-  const std::uint64_t perPiece = shape_.chunk.empty()
-                                     ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
-                                     : shape_.chunk[0];
   while (elements > 0) {
-    if (first < chunkFirst_ || first >= chunkEnd_) loadChunk(first / perPiece * perPiece, perPiece);
-    const std::uint64_t taken = std::min(elements, chunkEnd_ - first);
-    std::memcpy(target, chunk_.data() + (first - chunkFirst_) * elementBytes, taken * elementBytes);
+    const Piece& piece = pieceWith(first);
+    const std::uint64_t taken = std::min(elements, piece.end - first);
+    std::memcpy(target, piece.numbers.data() + (first - piece.first) * elementBytes,
+                taken * elementBytes);
     target += taken * elementBytes;
     first += taken;
     elements -= taken;
   }
 }
 
-void PackedReader::loadChunk(std::uint64_t first, std::uint64_t elements) {
-  chunkFirst_ = chunkEnd_ = 0;
+const PackedReader::Piece& PackedReader::pieceWith(std::uint64_t element) {
+  auto found = std::find_if(pieces_.begin(), pieces_.end(),
+                            [element](const Piece& piece) { return piece.holds(element); });
+  if (found == pieces_.end()) {
+    if (pieces_.size() < kKeptPieces) pieces_.emplace_back();
+    found = std::prev(pieces_.end());  // the one that was not used for longest
+    const std::size_t elementBytes = layout_.componentSize * layout_.components;
+    const std::uint64_t perPiece =
+        shape_.chunk.empty() ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
+                             : shape_.chunk[0];
+    load(*found, element / perPiece * perPiece, perPiece);
+  }
+  std::rotate(pieces_.begin(), found, std::next(found));
+  return pieces_.front();
+}
+
+void PackedReader::load(Piece& piece, std::uint64_t first, std::uint64_t elements) {
+  piece.first = piece.end = 0;
   // What stands behind the end is not kept: it may be written later.
   const std::uint64_t end = std::min(first + elements, std::uint64_t{shape_.axes[0]});
   std::vector<hsize_t> start = {first};
@@ -61,18 +78,17 @@ void PackedReader::loadChunk(std::uint64_t first, std::uint64_t elements) {
     start.push_back(0);
     size.push_back(layout_.components);
   }
-  const std::size_t numbers = (end - first) * layout_.components;
-  chunk_.resize(numbers * layout_.componentSize);
-  if (!readFiltered(start, numbers, elements)) {
+  piece.numbers.resize((end - first) * layout_.components * layout_.componentSize);
+  if (!readFiltered(piece, start, elements)) {
     const Hdf5Lock lock(file_->state());
-    readBox(dataset_, start, size, layout_.memoryType, chunk_.data());
+    readBox(dataset_, start, size, layout_.memoryType, piece.numbers.data());
   }
-  chunkFirst_ = first;
-  chunkEnd_ = end;
+  piece.first = first;
+  piece.end = end;
 }
 
 /// \return false if HDF5 must read the chunk.
-bool PackedReader::readFiltered(const std::vector<hsize_t>& start, std::size_t numbers,
+bool PackedReader::readFiltered(Piece& piece, const std::vector<hsize_t>& start,
                                 std::uint64_t chunkElements) {
   const bool wholeRows = layout_.components == 1 ||
                          (shape_.chunk.size() == 2 && shape_.chunk[1] == layout_.components);
@@ -87,9 +103,9 @@ bool PackedReader::readFiltered(const std::vector<hsize_t>& start, std::size_t n
   ChunkReader reader(*file_, dataset_, shape_.numberSize, stored.size());
   if (!reader.read(start, stored)) return false;
   if (form == NumberForm::Widened)
-    widen(stored.data(), numbers, chunk_.data());
+    widen(stored.data(), piece.numbers.size() / layout_.componentSize, piece.numbers.data());
   else
-    std::memcpy(chunk_.data(), stored.data(), chunk_.size());
+    std::memcpy(piece.numbers.data(), stored.data(), piece.numbers.size());
   return true;
 }
 

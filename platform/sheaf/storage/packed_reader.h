@@ -29,9 +29,18 @@ class PackedReader {
 
  private:
   void refresh();
-  void loadChunk(std::uint64_t first, std::uint64_t elements);
-  bool readFiltered(const std::vector<hsize_t>& start, std::size_t numbers,
-                    std::uint64_t chunkElements);
+  /// Elements that are in memory as numbers of memory's form.
+  struct Piece {
+    std::uint64_t first = 0;
+    std::uint64_t end = 0;
+    std::vector<std::byte> numbers;
+
+    bool holds(std::uint64_t element) const { return first <= element && element < end; }
+  };
+
+  const Piece& pieceWith(std::uint64_t element);
+  void load(Piece& piece, std::uint64_t first, std::uint64_t elements);
+  bool readFiltered(Piece& piece, const std::vector<hsize_t>& start, std::uint64_t chunkElements);
 
   FileHandle file_;
   std::string path_;
@@ -40,9 +49,7 @@ class PackedReader {
   std::mutex mutex_;  // guards the members below
   Id dataset_;
   DatasetShape shape_;
-  std::vector<std::byte> chunk_;  // numbers in memory's form
-  std::uint64_t chunkFirst_ = 0;  // elements that `chunk_` holds
-  std::uint64_t chunkEnd_ = 0;
+  std::vector<Piece> pieces_;  // the one that was used last first
 };
 
 }  // namespace Quilt::Storage

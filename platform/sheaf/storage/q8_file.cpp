@@ -1,6 +1,8 @@
 #include "recast/sheaf/storage/q8_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Quilt::Storage {
 namespace {
@@ -22,6 +24,21 @@ Id creationProperties() {
   return properties;
 }
 
+/// Refuses what HDF5 can't be trusted with, with a reason that it would not give.
+void requireForm(const std::string& path, const std::string& shownName) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return;  // the reason comes when the file is opened
+  struct stat status {};
+  const bool isFile = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  const FileForm form = isFile ? formOfFile(descriptor) : FileForm::Checksummed;
+  ::close(descriptor);
+  if (form == FileForm::Foreign)
+    throw StorageError(shownName, "open", "this is no .q8 file (and no HDF5 file)");
+  if (form == FileForm::Unchecked)
+    throw StorageError(shownName, "open",
+                       "it has HDF5's older form without checksums; write it with libver='v110'");
+}
+
 }  // namespace
 
 Q8File::Q8File(std::string path, std::string shownName, Mode mode)
@@ -37,6 +54,7 @@ Q8File::~Q8File() {
 }
 
 Id Q8File::open(Mode mode) {
+  if (mode != Mode::Create) requireForm(path_, state_->shownName);
   const Id access = accessProperties(state_);
   if (mode == Mode::Create)
     return own(H5Fcreate(path_.c_str(), H5F_ACC_TRUNC, creationProperties(), access), "create");

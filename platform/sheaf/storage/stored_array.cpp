@@ -44,16 +44,11 @@ std::string fragmentLink(const FragmentID* fragment) {
 MemBaseHandle StoredArray::read() {
   try {
     switch (data_.lie) {
-      case Lie::Dataset:
-        return readDataset();
-      case Lie::Packed:
-        return readPacked();
-      case Lie::Lists:
-        return readLists();
-      case Lie::Uniform:
-        return readUniform();
-      case Lie::Absent:
-        break;
+      case Lie::Dataset: return readDataset();
+      case Lie::Packed: return readPacked();
+      case Lie::Lists: return readLists();
+      case Lie::Uniform: return readUniform();
+      case Lie::Absent: break;
     }
   } catch (const std::exception& error) {
     Larder::Console() << error.what();

@@ -42,7 +42,8 @@ std::size_t identifierRows(const FragmentTable& table) {
 }  // namespace
 
 void StructureReader::damaged(const LinkPath& path, const std::string& reason) const {
-  throw StorageError(file_.state().shownName, "read " + joined(path), reason);
+  throw StorageError(file_.state().shownName, "read " + (path.empty() ? "/" : joined(path)),
+                     reason);
 }
 
 template <class Visit>
@@ -110,7 +111,7 @@ FileContent StructureReader::read() {
     const Hdf5Lock lock(file_.state());
     root = findGroup(file_, {});
     if (readText(root, kFormatAttribute) != kFormatName)
-      damaged({}, "this is no .q8 file (an HDF5 file of another kind)");
+      damaged({}, "this is no .q8 file: it has no text \"@format\" of fixed length");
     unsigned long long version = 0;
     if (!readNumbers(root, kVersionAttribute, &version, 1)) damaged({}, "it has no version");
     if (version > kFormatVersion) damaged({}, "it was written by a newer version");

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "recast/columns/column_block.h"
+#include "recast/sheaf/bundle.h"
+#include "recast/text_input/line_reader.h"
+
+namespace Recast {
+
+/// Reads a list of text files into the fields of one representation, block by block.
+class ColumnRun {
+ public:
+  /// The constant column that holds the number of its file.
+  static constexpr const char* kStripeField = "StripeInfoID";
+
+  /// All arguments must outlive the run. \param numberOfFiles that will be read.
+  ColumnRun(ColumnAsciiToPointCloudQ8& converter, Quilt::Bundle& bundle,
+            Quilt::Representation& representation, std::size_t numberOfFiles,
+            const Quilt::ProgressHandle& progress, const ManipulateArray& manipulate)
+      : converter_(converter),
+        bundle_(bundle),
+        representation_(representation),
+        numberOfFiles_(numberOfFiles),
+        progress_(progress),
+        manipulate_(manipulate),
+        block_(converter) {}
+
+  /// Reads the next file. \return a ColumnStatus; one other than 0 ends the run.
+  int readFile(const std::string& file);
+
+ private:
+  int readLines(Larder::Text::LineReader& reader);
+  bool saveBlock();
+  int tellBadLine(std::string_view text, std::uint64_t lineOfFile) const;
+  /// Tells the host what ended the run.
+  void tellHost(const std::string& text) const;
+
+  void estimateLines();
+  std::uint64_t expectedLines() const;
+  void noteStripe();
+
+  void planReports();
+  /// \return false if the run is to stop.
+  bool report() const;
+  void countLine() {
+    if (lineNumber_++ == nextReport_) nextReport_ += reportInterval_;
+  }
+
+  ColumnAsciiToPointCloudQ8& converter_;
+  Quilt::Bundle& bundle_;
+  Quilt::Representation& representation_;
+  const std::uint64_t numberOfFiles_;
+  const Quilt::ProgressHandle& progress_;
+  const ManipulateArray& manipulate_;
+
+  std::string file_;              // the running one, as in the list
+  std::uint64_t lineNumber_ = 0;  // of the next line, over all files
+  unsigned int fragmentNumber_ = 0;
+  unsigned int fileIndex_ = 0;
+  std::uint64_t lineEstimate_ = 0;  // lines of one file
+  std::uint64_t bytesPerLine_ = 1;  // in the file that the estimate is from
+  std::uint64_t total_ = 0;         // the estimate over all files
+  std::uint64_t reportInterval_ = 1;
+  std::uint64_t nextReport_ = 0;  // the first multiple of the interval that isn't below lineNumber_
+  ColumnBlock block_;
+  std::uint64_t linesSinceSync_ = 0;
+};
+
+}  // namespace Recast
