@@ -4,7 +4,8 @@ in memory with vectorised numpy operations, and runs the benchmark of the same w
 
     compare_with_numpy.py <bench_refragment> [rounds]
 
-Prints the medians and their ratio.
+Prints the medians of elapsed time and of CPU time, which a busy machine disturbs less, and their
+ratios.
 """
 import itertools
 import json
@@ -67,33 +68,43 @@ def gather(fields, indices, begins):
 
 
 def numpy_round(fields):
-    start = time.perf_counter()
+    wall, cpu = time.perf_counter(), time.process_time()
     indices, begins = assign(fields[0])
     assigned = time.perf_counter()
     gather(fields, indices, begins)
-    return assigned - start, time.perf_counter() - assigned, len(indices)
+    end = time.perf_counter()
+    print(f"numpy: assigning {assigned - wall:.2f} s, gathering {end - assigned:.2f} s,"
+          f" {len(indices)} entries")
+    return end - wall, time.process_time() - cpu
 
 
-def bench_round(program):
+def bench_round(program, threads):
     report = subprocess.run(
-        [program, "--benchmark_filter=^ScanAndGather/2/", "--benchmark_format=json"],
+        [program, f"--benchmark_filter=^ScanAndGather/{threads}/", "--benchmark_format=json"],
         check=True, capture_output=True)
-    return json.loads(report.stdout)["benchmarks"][0]["real_time"] / 1000
+    result = json.loads(report.stdout)["benchmarks"][0]
+    return result["real_time"] / 1000, result["cpu_time"] / 1000
+
+
+def tell(what, theirs, ours):
+    theirs, ours = statistics.median(theirs), statistics.median(ours)
+    print(f"{what}: numpy {theirs:.2f} s, this library {ours:.3f} s, {theirs / ours:.1f} times")
 
 
 def main():
     program = sys.argv[1]
     rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 5
     fields = cloud()
-    numpy_times, bench_times = [], []
+    wall, cpu, our_wall, our_cpu, two_threads = [], [], [], [], []
     for _ in range(rounds):
-        assigning, gathering, entries = numpy_round(fields)
-        numpy_times.append(assigning + gathering)
-        bench_times.append(bench_round(program))
-        print(f"numpy {assigning:.2f} s + {gathering:.2f} s for {entries} entries,"
-              f" this library {bench_times[-1]:.3f} s")
-    ours, theirs = statistics.median(bench_times), statistics.median(numpy_times)
-    print(f"medians: numpy {theirs:.2f} s, this library {ours:.3f} s, {theirs / ours:.1f} times")
+        for values, value in zip((wall, cpu), numpy_round(fields)):
+            values.append(value)
+        for values, value in zip((our_wall, our_cpu), bench_round(program, 1)):
+            values.append(value)
+        two_threads.append(bench_round(program, 2)[0])
+    tell("CPU time, one thread", cpu, our_cpu)
+    tell("elapsed, one thread", wall, our_wall)
+    tell("elapsed, two threads", wall, two_threads)
 
 
 if __name__ == "__main__":

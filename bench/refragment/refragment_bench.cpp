@@ -165,6 +165,7 @@ void CopyInMemory(benchmark::State& state) {
 void ScanAndGather(benchmark::State& state) {
   const Larder::StrongPtr<Larder::LoaderProgress> none;
   Recast::ParaBox box(plan(static_cast<int>(state.range(0))), none);
+  cloudInMemory();
   for (auto _ : state) {
     scan(box);
     gather(box);
@@ -194,6 +195,7 @@ void WholeRun(benchmark::State& state) {
 
 /// Loads every array and stores it again, as it is.
 void PlainCopy(benchmark::State& state) {
+  cloudInFile();
   for (auto _ : state) {
     const auto source = TestSupport::loadBundle(cloudInFile().path());
     const Quilt::BundlePtr output(new Quilt::Bundle);
