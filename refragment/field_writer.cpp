@@ -46,8 +46,11 @@ class FieldWriter {
   void write() {
     std::uint64_t written = 0;
     for (std::uint32_t slot = 0; slot < arrays_.size(); ++slot) {
+      const auto size = static_cast<std::uint32_t>(box_.IndexLists.count(slot));
+      if (size <= box_.FragLow) continue;
+      arrays_[slot].size = size;
       arrays_[slot].missing = available_[slot];
-      if (isWritten(slot)) ++written;
+      ++written;
     }
     box_.reportSteps(kWriteStep, box_.TargetFrags.product() - written);
     const auto& segments = box_.IndexLists.segments();
@@ -55,45 +58,58 @@ class FieldWriter {
     forEachInParallel(threads, segments.size(), [&](std::uint64_t i) { distribute(segments[i]); });
     // What no source fragment has data for stays as it was made.
     for (std::uint32_t slot = 0; slot < arrays_.size(); ++slot)
-      if (isWritten(slot) && available_[slot] == 0) {
-        elements(slot);
+      if (arrays_[slot].size > 0 && available_[slot] == 0) {
+        elements(arrays_[slot]);
         handOver(slot);
       }
   }
 
  private:
   using Array = Quilt::MemArray<1, T>;
-  struct TargetArray {
+  /// All that a run needs of its target, in half a cache line.
+  struct alignas(32) TargetArray {
     std::atomic<T*> elements{nullptr};
     std::atomic<std::uint32_t> missing{0};  // values still to come
+    std::uint32_t size = 0;                 // 0 for a target that is not written
     Larder::StrongPtr<Array, Larder::Cacheable> array;
   };
-
-  bool isWritten(std::uint32_t slot) const { return box_.IndexLists.count(slot) > box_.FragLow; }
 
   void distribute(const IndexLists::Segment& segment) {
     if (absent_[segment.source]) return;
     const SourceArrays::Use use(sources_, segment.source);
     const T* from = reinterpret_cast<const T*>(use.elements()) + segment.firstPoint;
     for (std::size_t i = 0; i < segment.numberOfRuns(); ++i) {
+      prefetchFor(segment, i);
       const IndexLists::Run& run = segment.runs[i];
-      if (!isWritten(run.slot)) continue;
+      TargetArray& target = arrays_[run.slot];
+      if (target.size == 0) continue;
       const auto indices = segment.indicesOf(i);
-      T* to = elements(run.slot) + run.start;
+      T* to = elements(target) + run.start;
       for (const std::uint16_t index : indices) *to++ = from[index];
       const auto size = static_cast<std::uint32_t>(indices.size());
-      if (arrays_[run.slot].missing.fetch_sub(size) == size) handOver(run.slot);
+      if (target.missing.fetch_sub(size) == size) handOver(run.slot);
     }
   }
 
+  /// With very many targets a run is short, and it is the way to its target that takes the time.
+  void prefetchFor(const IndexLists::Segment& segment, std::size_t run) const {
+    constexpr std::size_t kTargetAhead = 16;
+    constexpr std::size_t kElementsAhead = 8;
+    const auto& runs = segment.runs;
+    if (run + kTargetAhead >= segment.numberOfRuns()) return;
+    __builtin_prefetch(&arrays_[runs[run + kTargetAhead].slot]);
+    const IndexLists::Run& near = runs[run + kElementsAhead];
+    if (const T* elements = arrays_[near.slot].elements.load(std::memory_order_relaxed))
+      __builtin_prefetch(elements + near.start, 1);
+  }
+
   /// The elements of a target's array, which is made at the first request.
-  T* elements(std::uint32_t slot) {
-    TargetArray& target = arrays_[slot];
+  T* elements(TargetArray& target) {
     if (T* present = target.elements.load()) return present;
-    const std::lock_guard lock(making_[slot % making_.size()]);
+    const auto place = static_cast<std::size_t>(&target - arrays_.data());
+    const std::lock_guard lock(making_[place % making_.size()]);
     if (T* present = target.elements.load()) return present;
-    target.array =
-        Larder::makeStrong<Array>(Quilt::MultiIndex<1>(box_.IndexLists.count(slot)), nullptr);
+    target.array = Larder::makeStrong<Array>(Quilt::MultiIndex<1>(target.size), nullptr);
     target.elements = target.array->data;
     return target.array->data;
   }
