@@ -12,7 +12,11 @@ struct Outcome {
 
 void addRasterCommand(CLI::App& program, Outcome& outcome);
 void addTerrainCommand(CLI::App& program, Outcome& outcome);
+void addLodCommands(CLI::App& program, Outcome& outcome);
+void addImportCityJsonCommand(CLI::App& program, Outcome& outcome);
+void addExportObjCommand(CLI::App& program, Outcome& outcome);
 void addColumnsCommand(CLI::App& program, Outcome& outcome);
+void addRefragmentCommand(CLI::App& program, Outcome& outcome);
 void addInfoCommand(CLI::App& program, Outcome& outcome);
 
 }  // namespace RecastHost

@@ -2,17 +2,15 @@
 #include <memory>
 
 #include "bundle_description.h"
+#include "bundle_files.h"
 #include "commands.h"
 
 namespace RecastHost {
 namespace {
 
 int run(const std::string& file, bool json) {
-  const auto parameters = Larder::makeStrong<Larder::LoaderParameters>(
-      Larder::makeStrong<Larder::StringList>(std::vector<std::string>{file}), false);
-  bool ok = false;
-  const auto bundle = Quilt::Bundle::load(ok, parameters, nullptr);
-  if (!ok) return 2;  // the console told why
+  const Quilt::BundlePtr bundle = loadBundle(file);
+  if (!bundle) return 2;  // the console told why
   const auto description = describe(*bundle);
   // Names may hold any bytes; what is no UTF-8 is shown as a replacement character.
   using Json = nlohmann::ordered_json;

@@ -11,7 +11,11 @@ int main(int argc, char** argv) {
   RecastHost::Outcome outcome;
   RecastHost::addRasterCommand(program, outcome);
   RecastHost::addTerrainCommand(program, outcome);
+  RecastHost::addImportCityJsonCommand(program, outcome);
+  RecastHost::addLodCommands(program, outcome);
+  RecastHost::addExportObjCommand(program, outcome);
   RecastHost::addColumnsCommand(program, outcome);
+  RecastHost::addRefragmentCommand(program, outcome);
   RecastHost::addInfoCommand(program, outcome);
   try {
     CLI11_PARSE(program, argc, argv)

@@ -7,11 +7,11 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config ccache
-  libhdf5-dev libdeflate-dev libfast-float-dev libcli11-dev nlohmann-json3-dev
+  libhdf5-dev libdeflate-dev libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev
   clang-format locales hdf5-tools python3-h5py  # the tests look at files with these
 )
-[ "${1:-}" != --bench ] || packages+=(libbenchmark-dev gdal-bin hyperfine)
+[ "${1:-}" != --bench ] || packages+=(libbenchmark-dev gdal-bin hyperfine python3-mapbox-earcut)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -187,5 +187,3 @@ RECAST_STAGE(walk)->ArgName("memoryIsThere")->Arg(1)->Arg(0);
 RECAST_STAGE(wholeConversion);
 
 }  // namespace
-
-BENCHMARK_MAIN();

@@ -1,21 +1,27 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 /// The digits of numbers in text: what the conversions of numbers.h are made of.
 namespace Larder::Text::Detail {
 
 /// White space as the "C" locale has it.
-constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool isSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 constexpr const char* skipSpaces(const char* at, const char* end) {
   while (at != end && isSpace(*at)) ++at;
   return at;
 }
 
-constexpr unsigned digitOf(char c) { return static_cast<unsigned char>(c - '0'); }
+constexpr unsigned digitOf(char c) {
+  return static_cast<unsigned char>(c - '0');
+}
 
 /// True if the text has eight digits at `at`, whose number then comes in `number`.
 /// `end` - `at` must be at least 8.
@@ -48,31 +54,34 @@ inline const char* readManyDigits(const char* at, const char* end, std::uint64_t
   return readDigits(at, end, number);
 }
 
-/// A number of digits, point and exponent: `digits` times ten to the `exponent`.
+/// A number as digits, point and exponent tell it: `digits` times ten to the `exponent`.
 struct PlainDecimal {
   std::uint64_t digits = 0;
-  int exponent = 0;
+  std::ptrdiff_t exponent = 0;
+  bool complete = true;  ///< false if `digits` and `exponent` don't hold all that the text says
   bool negative = false;
+  const char* begin = nullptr;  ///< behind the sign
   const char* end = nullptr;
+
+  std::string_view withoutSign() const { return {begin, static_cast<std::size_t>(end - begin)}; }
 };
 
-/// Reads the exponent behind an "e" into `decimal`, which keeps its end if there are no digits.
-/// False if it has so many digits that it's better left to others.
-inline bool scanExponent(const char* behindE, const char* end, PlainDecimal& decimal) {
-  const char* at = behindE;
+/// Reads the exponent behind an "e" into `decimal`; without digits there the number ends before it.
+inline void scanExponent(const char* at, const char* end, PlainDecimal& decimal) {
   const bool negative = at != end && *at == '-';
   if (at != end && (*at == '-' || *at == '+')) ++at;
   std::uint64_t number = 0;
-  const char* last = readDigits(at, end, number);
-  if (last - at > 4) return false;
-  if (last == at) return true;
-  decimal.exponent += negative ? -static_cast<int>(number) : static_cast<int>(number);
+  const char* const last = readDigits(at, end, number);
+  if (last == at) return;
   decimal.end = last;
-  return true;
+  if (last - at > 4)
+    decimal.complete = false;
+  else
+    decimal.exponent += static_cast<std::ptrdiff_t>(negative ? 0 - number : number);
 }
 
-/// Reads a decimal number of at most 19 digits from the start of the text, without white space before
-/// it. False for everything else, be it a number or not.
+/// Reads the decimal number at the start of the text, without white space before it. False if there
+/// is none, or a hexadecimal one.
 ///
 /// Digit by digit: where numbers have similar lengths, as in most files, the branches are predicted
 /// and the next number's start is known early; reading the integer part by words is slower there.
@@ -81,20 +90,22 @@ inline bool scanExponent(const char* behindE, const char* end, PlainDecimal& dec
   if (at == end) return false;
   decimal.negative = *at == '-';
   if (*at == '-' || *at == '+') ++at;
-  const char* const first = at;
+  decimal.begin = at;
   at = readDigits(at, end, decimal.digits);
-  auto count = at - first;
+  auto count = at - decimal.begin;
   if (at != end && *at == '.') {
     const char* const fraction = ++at;
     at = readManyDigits(at, end, decimal.digits);
-    decimal.exponent = -static_cast<int>(at - fraction);
+    decimal.exponent = fraction - at;
     count += at - fraction;
   }
-  if (count == 0 || count > 19) return false;
+  if (count == 0) return false;
+  decimal.complete = count <= 19;
   decimal.end = at;
   if (at == end) return true;
   const char lower = static_cast<char>(*at | 0x20);
-  return lower == 'e' ? scanExponent(at + 1, end, decimal) : lower != 'x';
+  if (lower == 'e') scanExponent(at + 1, end, decimal);
+  return lower != 'x';
 }
 
 }  // namespace Larder::Text::Detail

@@ -78,7 +78,8 @@ inline std::string_view untilNul(std::string_view text) {
   const void* const nul = text.empty() ? nullptr : std::memchr(text.data(), '\0', text.size());
   return nul == nullptr
              ? text
-             : text.substr(0, static_cast<std::size_t>(static_cast<const char*>(nul) - text.data()));
+             : text.substr(0,
+                           static_cast<std::size_t>(static_cast<const char*>(nul) - text.data()));
 }
 
 }  // namespace Larder::Text

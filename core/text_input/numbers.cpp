@@ -1,13 +1,13 @@
 #include "recast/text_input/numbers.h"
 
-#include <clocale>
-#include <locale.h>
-#include <stdlib.h>
-
 #include <cerrno>
 #include <charconv>
+#include <clocale>
 #include <stdexcept>
 #include <string>
+
+#include <locale.h>
+#include <stdlib.h>
 
 namespace Larder::Text {
 namespace {
@@ -53,21 +53,11 @@ Number<T> convertCopyByStandard(std::string_view text) {
   return convertByStandard<T>(copy, text);
 }
 
-/// Converts a decimal number of any length, if the result is clear of overflow and underflow.
+/// Leaves all results that the standard conversions might call out of range to them.
 template <class T>
-bool longDecimal(std::string_view text, Number<T>& number) {
-  const char* const end = text.data() + text.size();
-  const char* at = Detail::skipSpaces(text.data(), end);
-  const bool negative = at != end && *at == '-';
-  if (at != end && (*at == '-' || *at == '+')) ++at;
-  if (at == end || !(Detail::digitOf(*at) <= 9 || *at == '.')) return false;
-  if (end - at >= 2 && (at[1] | 0x20) == 'x') return false;
-  T value{};
-  const auto [reached, error] = std::from_chars(at, end, value);
-  if (error != std::errc() || !std::isfinite(value) || value <= std::numeric_limits<T>::min())
-    return false;
-  number = {Detail::withSign(value, negative), NumberStatus::kConverted, reached};
-  return true;
+bool convertLong(std::string_view decimal, T& value) {
+  const auto result = std::from_chars(decimal.data(), decimal.data() + decimal.size(), value);
+  return result.ec == std::errc() && value > std::numeric_limits<T>::min();
 }
 
 /// The base that the start of the digits tells, which it then passes over.
@@ -90,14 +80,17 @@ void throwNumberError(NumberStatus status) {
 
 namespace Detail {
 
+bool nearestToLong(std::string_view decimal, double& value) {
+  return convertLong(decimal, value);
+}
+bool nearestToLong(std::string_view decimal, float& value) {
+  return convertLong(decimal, value);
+}
+
 template <NumberType T>
 Number<T> otherNumber(std::string_view text) {
-  if constexpr (std::floating_point<T>) {
-    Number<T> number;
-    return longDecimal(text, number) ? number : convertCopyByStandard<T>(text);
-  } else {
-    return notANumber<T>(text);  // plainNumber reads all integers
-  }
+  if constexpr (std::floating_point<T>) return convertCopyByStandard<T>(text);
+  return notANumber<T>(text);  // plainNumber reads all integers
 }
 template Number<float> otherNumber(std::string_view text);
 template Number<double> otherNumber(std::string_view text);

@@ -25,7 +25,7 @@ template <class T>
 struct Number {
   T value{};  ///< 0 unless converted
   NumberStatus status = NumberStatus::kNotANumber;
-  const char* reached = nullptr;  ///< behind the number's last character, or the text's begin if none
+  const char* reached = nullptr;  ///< behind the number; the text's begin if there is none
 
   bool converted() const { return status == NumberStatus::kConverted; }
   /// \throw std::invalid_argument, std::out_of_range as the standard conversions
@@ -37,7 +37,7 @@ struct Number {
 
 template <class T>
 concept NumberType = std::same_as<T, float> || std::same_as<T, double> ||
-                     std::same_as<T, std::int32_t> || std::same_as<T, std::uint32_t>;
+    std::same_as<T, std::int32_t> || std::same_as<T, std::uint32_t>;
 
 namespace Detail {
 
@@ -51,28 +51,41 @@ inline constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e
 inline constexpr int kLargestExactPower = 22;
 inline constexpr std::uint64_t kLargestExactInteger = std::uint64_t{1} << 53;
 
-/// The double nearest to `decimal`, without its sign. With factors that are exact the one rounding of
-/// the product or quotient is that of the result (Clinger, "How to read floating point numbers
+/// The double nearest to `decimal`, without its sign. With factors that are exact the one rounding
+/// of the product or quotient is that of the result (Clinger, "How to read floating point numbers
 /// accurately", 1990). False if a factor isn't exact.
-inline bool nearestDouble(const PlainDecimal& decimal, double& value) {
-  const int exponent = decimal.exponent;
-  if (decimal.digits > kLargestExactInteger || exponent < -kLargestExactPower ||
-      exponent > kLargestExactPower)
+inline bool nearest(const PlainDecimal& decimal, double& value) {
+  const std::ptrdiff_t exponent = decimal.exponent;
+  if (!decimal.complete || decimal.digits > kLargestExactInteger ||
+      exponent < -kLargestExactPower || exponent > kLargestExactPower)
     return false;
   const auto digits = static_cast<double>(static_cast<std::int64_t>(decimal.digits));
   value = exponent <= 0 ? digits / kPowersOfTen[-exponent] : digits * kPowersOfTen[exponent];
   return true;
 }
 
-/// True if rounding `nearest`, the double nearest to `decimal`, gives the float nearest to it. Only
-/// a double halfway between two floats can err: the decimal may lie on either side of it.
-inline bool roundsToNearestFloat(double nearest, const PlainDecimal& decimal) {
+/// True if rounding `value`, the double nearest to `decimal`, gives the float nearest to it. Only a
+/// double halfway between two floats can err: the decimal may lie on either side of it.
+inline bool roundsToNearestFloat(double value, const PlainDecimal& decimal) {
   constexpr std::uint64_t kBelowFloat = (std::uint64_t{1} << 29) - 1;
-  if ((std::bit_cast<std::uint64_t>(nearest) & kBelowFloat) != (kBelowFloat + 1) / 2) return true;
+  if ((std::bit_cast<std::uint64_t>(value) & kBelowFloat) != (kBelowFloat + 1) / 2) return true;
   // Halfway itself it has 25 bits, five to the 12th has 28: their product is exact.
   if (decimal.exponent > 0 || decimal.exponent < -12) return false;
-  return nearest * kPowersOfTen[-decimal.exponent] == static_cast<double>(decimal.digits);
+  return value * kPowersOfTen[-decimal.exponent] == static_cast<double>(decimal.digits);
 }
+
+/// As for double. The exact factors keep it far from overflow and underflow.
+inline bool nearest(const PlainDecimal& decimal, float& value) {
+  double wide;
+  if (!nearest(decimal, wide) || !roundsToNearestFloat(wide, decimal)) return false;
+  value = static_cast<float>(wide);
+  return true;
+}
+
+/// The number nearest to an unsigned decimal of any length. False if it overflows or underflows or
+/// comes near to that.
+bool nearestToLong(std::string_view decimal, double& value);
+bool nearestToLong(std::string_view decimal, float& value);
 
 template <class T>
 T withSign(T value, bool negative) {
@@ -97,32 +110,22 @@ template <class T>
 void setInteger(std::uint64_t magnitude, bool negative, Number<T>& number) {
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
   const std::uint64_t largest = kLargest + (std::is_signed_v<T> && negative ? 1 : 0);
-  number.status =
-      magnitude <= largest ? NumberStatus::kConverted : NumberStatus::kOutOfRange;
-  if (number.converted()) number.value = static_cast<T>(negative ? 0 - magnitude : magnitude);
+  const bool fits = magnitude <= largest;
+  number.status = fits ? NumberStatus::kConverted : NumberStatus::kOutOfRange;
+  number.value = fits ? static_cast<T>(negative ? 0 - magnitude : magnitude) : 0;
 }
 
-/// Converts a plain decimal at the start of the text: at most 19 digits with an exactly known power
-/// of ten, or any integer. False, with `number` unchanged, for all else: white space, hexadecimal
-/// digits, "inf", longer numbers, no number. What it accepts, it reads as the standard conversions do.
+/// Converts the decimal number at the start of the text as the standard conversions do. False, with
+/// `number` unchanged, for all else: white space, hexadecimal digits, "inf", overflow and underflow
+/// of floating-point numbers, no number.
+template <std::floating_point T>
 [[gnu::always_inline]] inline bool plainNumber(const char* begin, const char* end,
-                                               Number<double>& number) {
+                                               Number<T>& number) {
   PlainDecimal decimal;
-  double value;
-  if (!scanPlainDecimal(begin, end, decimal) || !nearestDouble(decimal, value)) return false;
+  if (!scanPlainDecimal(begin, end, decimal)) return false;
+  T value;
+  if (!nearest(decimal, value) && !nearestToLong(decimal.withoutSign(), value)) return false;
   number = {withSign(value, decimal.negative), NumberStatus::kConverted, decimal.end};
-  return true;
-}
-
-[[gnu::always_inline]] inline bool plainNumber(const char* begin, const char* end,
-                                               Number<float>& number) {
-  PlainDecimal decimal;
-  double value;
-  if (!scanPlainDecimal(begin, end, decimal) || !nearestDouble(decimal, value) ||
-      !roundsToNearestFloat(value, decimal))
-    return false;
-  number = {withSign(static_cast<float>(value), decimal.negative), NumberStatus::kConverted,
-            decimal.end};
   return true;
 }
 
@@ -151,14 +154,14 @@ extern template Number<std::uint32_t> otherNumber(std::string_view text);
 }  // namespace Detail
 
 /// Converts the number that `text` starts with, exactly as a standard conversion does in the "C"
-/// locale, whatever locale is set: float as std::stof, double as std::stod, std::int32_t as std::stoi
-/// and as std::stol of a 32-bit long, std::uint32_t as std::stoul of a 32-bit long (so that -1 gives
-/// 4294967295), the integers in base 10. Leading white space is skipped and what follows the number
-/// isn't looked at. Floating-point numbers are out of range where strtof and strtod set ERANGE, also
-/// if they are too small. Rounding is to nearest.
+/// locale, whatever locale is set: float as std::stof, double as std::stod, std::int32_t as
+/// std::stoi and as std::stol of a 32-bit long, std::uint32_t as std::stoul of a 32-bit long (so
+/// that -1 gives 4294967295), the integers in base 10. Leading white space is skipped and what
+/// follows the number isn't looked at. Floating-point numbers are out of range where strtof and
+/// strtod set ERANGE, also if they are too small. Rounding is to nearest.
 ///
-/// The text needs no NUL at its end. Only texts of 128 characters and more that are no plain decimals
-/// allocate memory.
+/// The text needs no NUL at its end. Only texts of 128 characters and more that are no plain
+/// decimals allocate memory.
 template <NumberType T>
 inline Number<T> toNumber(std::string_view text) {
   const char* const end = text.data() + text.size();
@@ -167,8 +170,8 @@ inline Number<T> toNumber(std::string_view text) {
   return Detail::otherNumber<T>(text);
 }
 
-/// As toNumber<std::uint32_t>, but with "0x" before hexadecimal digits and "0" before octal ones: as
-/// std::stoul of a 32-bit long in base 0.
+/// As toNumber<std::uint32_t>, but with "0x" before hexadecimal digits and "0" before octal ones:
+/// as std::stoul of a 32-bit long in base 0.
 Number<std::uint32_t> toNumberOfAnyBase(std::string_view text);
 
 }  // namespace Larder::Text

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cassert>
+#include <stdexcept>
 
 #include "recast/larder/type_name.h"
 #include "recast/meadow/mem_base.h"
@@ -64,6 +64,7 @@ class RECAST_API MultiArrayBase : public CreativeIterator<T> {
   }
 
   /// One element; the position is not tested against the shape.
+  /// \throw std::logic_error for an array with neither memory nor a creator of its data
   T& operator[](const MultiIndex<N>& position) { return *address(position); }
   const T& operator[](const MultiIndex<N>& position) const { return *address(position); }
 
@@ -85,7 +86,7 @@ class RECAST_API MultiArrayBase : public CreativeIterator<T> {
 
   T* computedAddress(const MultiIndex<N>& position) const {
     Larder::breakpoint();
-    assert(this->creator != nullptr);
+    if (this->creator == nullptr) throw std::logic_error("an element of an array without memory");
     return fromAxis<N - 1>(position);
   }
 

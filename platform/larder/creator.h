@@ -46,8 +46,8 @@ class RECAST_API CreatorBase : public Creature {
   /// The creator's own creation operation: new data, or null. Has no effect on what is held.
   virtual Handle produce() = 0;
 
-  /// Lets memory go of the data as soon as nobody uses it, if it can be made again. For data that is
-  /// not expected to be asked for again.
+  /// Lets memory go of the data as soon as nobody uses it, if it can be made again. For data that
+  /// is not expected to be asked for again.
   void letGo() {
     enableCaching(false);
     if (const Handle data = present()) Cache::MemCache().drop(*data);

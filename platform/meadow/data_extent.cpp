@@ -67,8 +67,7 @@ std::span<const std::byte> contiguousBytes(const MemBase& array, std::vector<std
   if (count == 0) return {};
   const HyperslabParameters lie = array.getHyperslabParameters();
   const std::size_t size = array.typeIndex().ElementSize;
-  const auto* start =
-      static_cast<const std::byte*>(array.getPtr()) + lie.first * lie.stride * size;
+  const auto* start = static_cast<const std::byte*>(array.getPtr()) + lie.first * lie.stride * size;
   if (lie.stride == 1) return {start, count * size};
   own.resize(count * size);
   for (std::size_t i = 0; i < count; ++i)

@@ -149,6 +149,14 @@ CreatorHandle Field::wholeCreator() const {
   return whole_;
 }
 
+bool Field::hasData(const Larder::StrongPtr<FragmentID>& fragment) const {
+  if (!fragment) return static_cast<bool>(wholeCreator());
+  if (!fragments_ || !fragment->belongsTo(*fragments_)) return false;
+  const std::uint32_t number = fragment->number();
+  const std::lock_guard lock(mutex_);
+  return (number < creators_.size() && creators_[number]) || (source_ && source_->holds(number));
+}
+
 MemBaseHandle Field::getData(const Larder::StrongPtr<FragmentID>& fragment) const {
   const CreatorHandle creator = getCreator(fragment);
   return creator ? creator->create(false) : nullptr;
@@ -181,7 +189,9 @@ std::atomic<Field::LatticeFieldMaker> latticeFieldMaker{nullptr};
 
 }  // namespace
 
-void Field::setLatticeFieldMaker(LatticeFieldMaker maker) { latticeFieldMaker = maker; }
+void Field::setLatticeFieldMaker(LatticeFieldMaker maker) {
+  latticeFieldMaker = maker;
+}
 
 Larder::StrongPtr<Field> Field::makeFor(const Larder::StrongPtr<FragmentIDCollection>& fragments) {
   const LatticeFieldMaker maker = latticeFieldMaker;

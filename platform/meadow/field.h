@@ -100,6 +100,8 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   CreatorHandle getCreatorByNumber(std::uint32_t number) const;
   /// `getCreator`, and if that finds nothing, `getCreatorByName` with the fragment's name.
   CreatorHandle getCompatibleCreator(const Larder::StrongPtr<FragmentID>& fragment) const;
+  /// Whether `getCreator` would find data, told without making the creator.
+  bool hasData(const Larder::StrongPtr<FragmentID>& fragment) const;
   /// The fragment's array, read if need be; null if there is none.
   MemBaseHandle getData(const Larder::StrongPtr<FragmentID>& fragment) const;
 

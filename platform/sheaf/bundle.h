@@ -67,6 +67,9 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   /// Waits until everything handed over so far is written, and lets arrays that can be read again
   /// go from the cache. \throw StorageError if writing has failed.
   void sync();
+  /// Completes the file that the bundle is bound to, as its release would, and ends the binding:
+  /// what is handed over later stays in memory. For those who want to know whether it worked.
+  BindResult complete();
 
   /// The slice at that time, made if missing.
   Larder::StrongPtr<Slice> operator[](double time);

@@ -1,6 +1,7 @@
 #include "recast/larder/console.h"
 #include "recast/sheaf/bundle.h"
 #include "recast/sheaf/storage/bundle_writer.h"
+#include "recast/sheaf/storage/structure_loader.h"
 #include "recast/sheaf/storage/structure_reader.h"
 
 // How a bundle meets its file.
@@ -16,7 +17,7 @@ void reportMessage(const ProgressHandle& progress, const std::string& text) {
 }
 
 void readStructure(const Storage::FileHandle& file, Bundle& bundle) {
-  Storage::StructureReader(file, bundle).read();
+  Storage::StructureLoader(file, bundle).load(Storage::StructureReader(*file).read());
 }
 
 }  // namespace
@@ -37,8 +38,7 @@ BindResult Bundle::bindTo(const std::string& name, const StorageHandle& storage,
 BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, bool existing) {
   if (writer_) return {kBoundAlready, "the bundle is bound to a file already"};
   try {
-    const auto writer =
-        Larder::makeStrong<Storage::BundleWriter>(name, storage, existing, true);
+    const auto writer = Larder::makeStrong<Storage::BundleWriter>(name, storage, existing, true);
     if (existing) readStructure(writer->file(), *this);
     writer_ = writer;
     anchor_->setSink(writer);
@@ -49,15 +49,21 @@ BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, b
   }
 }
 
-void Bundle::extremeUnction() {
-  if (!writer_) return;
+BindResult Bundle::complete() {
+  if (!writer_) return {};
   anchor_->setSink(nullptr);
+  const auto writer = std::move(writer_);
   try {
-    writer_->complete(*this);
+    writer->complete(*this);
+    return {};
   } catch (const std::exception& error) {
-    Larder::Console() << error.what() << "; the file was not completed.";
+    return {kCannotSave, error.what()};
   }
-  writer_.reset();
+}
+
+void Bundle::extremeUnction() {
+  if (const BindResult result = complete(); result.number != 0)
+    Larder::Console() << result.text << "; the file was not completed.";
 }
 
 Larder::StrongPtr<Bundle> Bundle::load(
@@ -72,11 +78,8 @@ Larder::StrongPtr<Bundle> Bundle::load(
   const std::string& name = (*files)[0];
   reportMessage(parameters->findInterface<Larder::LoaderProgress>(), "Loading " + name);
   try {
-    const auto file =
-        Larder::makeStrong<Storage::Q8File>(name, name, Storage::Q8File::Mode::Read);
+    const auto file = Larder::makeStrong<Storage::Q8File>(name, name, Storage::Q8File::Mode::Read);
     const auto bundle = into && parameters->merge() ? into : Larder::makeStrong<Bundle>();
-    // A bundle that holds something must not end with a part of a damaged file.
-    if (bundle == into) readStructure(file, *Larder::makeStrong<Bundle>());
     readStructure(file, *bundle);
     ok = true;
     return bundle;

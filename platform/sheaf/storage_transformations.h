@@ -29,6 +29,8 @@ class RECAST_API StorageTransformations : public Larder::Interface<StorageTransf
   /// Read by `WriteAsSinglePrecision` and `EnableNumericalShift` of derived rules.
   bool singlePrecision = false;
   bool numericalShift = false;
+  /// Threads that filter; 0 for as many as the machine has.
+  unsigned workers = 0;
 
   /// True keeps all data of the field out of the file.
   virtual bool SkipStorage(const std::string& fieldName) const;
@@ -49,7 +51,7 @@ class RECAST_API StorageTransformations : public Larder::Interface<StorageTransf
   virtual bool ComputeRangeAttributeOnWriting(const std::string& fieldName) const;
   /// A file for the field's data beside the main one, and the place of the representation in it;
   /// both empty to keep the data in the main file. A relative file counts from the main file's
-  /// folder.
+  /// folder; a folder that is missing is made.
   virtual std::pair<std::string, std::string> getExternalLocation(
       double time, const std::string& gridName, const SkeletonID& skeleton,
       const std::string& representationName, const std::string& fieldName) const;

@@ -50,6 +50,7 @@ Larder::StrongPtr<FragmentIDCollection> Representation::findSharedFragments() co
 }
 
 void Representation::assign(Entry& entry, const Larder::StrongPtr<Field>& field) {
+  if (entry.field == field) return;
   entry.field = field;
   auto place = Larder::makeStrong<Placement>(*place_);
   place->FieldName = entry.id->name();

@@ -55,7 +55,8 @@ class RECAST_API Representation : public Larder::ReferenceBase<Representation>,
   FieldProxy operator[](const std::string& name);
   /// The field "Positions", or the null field.
   Larder::StrongPtr<Field> Positions() const { return findField(kPositions); }
-  /// The fragment identifiers that the fields share, those of the positions before others'; or null.
+  /// The fragment identifiers that the fields share, those of the positions before others'; or
+  /// null.
   Larder::StrongPtr<FragmentIDCollection> findSharedFragments() const;
   /// Makes `field` the positions. \return false, and nothing changed, if it is null.
   bool setPositions(const Larder::StrongPtr<Field>& field);
@@ -90,7 +91,8 @@ class RECAST_API FieldProxy {
 
   operator Larder::StrongPtr<Field>() const { return field(); }
   Larder::StrongPtr<Field> field() const { return representation_->findField(id_); }
-  /// Puts `field` in the place of the former field of this name. A null handle does nothing.
+  /// Puts `field` in the place of the former field of this name. A null handle does nothing, nor
+  /// does the field that is there already.
   FieldProxy& operator=(const Larder::StrongPtr<Field>& field);
   /// Assigns the field that `other` stands for.
   FieldProxy& operator=(const FieldProxy& other) { return *this = other.field(); }

@@ -1,5 +1,6 @@
 #include "recast/sheaf/storage/array_image.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -52,7 +53,27 @@ void makeSingle(ArrayImage& image, std::size_t components, bool shift) {
   if (shift) image.shift = offset;
 }
 
+/// The bytes of a long double that are no part of the number hold whatever memory held before.
+void clearPadding(ArrayImage& image) {
+  constexpr std::size_t kUsed = std::numeric_limits<long double>::digits == 64 ? 10 : 16;
+  image.own.assign(image.bytes.begin(), image.bytes.end());
+  for (std::size_t i = 0; i < image.own.size(); i += sizeof(long double))
+    std::fill(image.own.begin() + static_cast<std::ptrdiff_t>(i + kUsed),
+              image.own.begin() + static_cast<std::ptrdiff_t>(i + sizeof(long double)),
+              std::byte{0});
+  image.bytes = image.own;
+}
+
 }  // namespace
+
+bool hasAllElements(const MemBase& array) {
+  const HyperslabParameters lie = array.getHyperslabParameters();
+  std::uint64_t elements = 0;
+  std::uint64_t last = 0;
+  if (!array.getSize().product(1, elements)) return false;
+  return elements == 0 ||
+         (!__builtin_mul_overflow(lie.first + elements - 1, lie.stride, &last) && last < lie.count);
+}
 
 ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules) {
   ArrayImage image;
@@ -65,6 +86,7 @@ ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules) {
   const QuiltTypeIndex& type = array->typeIndex();
   if (rules.singlePrecision && type.ComponentTypeName == "double" && type.Components <= 3)
     makeSingle(image, type.Components, rules.shift);
+  if (type.ComponentTypeName == "long double") clearPadding(image);
   return image;
 }
 

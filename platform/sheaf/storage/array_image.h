@@ -25,14 +25,17 @@ struct StoreRules {
 struct ArrayImage {
   DynamicSize shape;
   std::span<const std::byte> bytes;
-  std::size_t numberSize = 0;  ///< bytes of one number in `bytes`
-  bool single = false;         ///< floats stand for the doubles of the array
+  std::size_t numberSize = 0;                  ///< bytes of one number in `bytes`
+  bool single = false;                         ///< floats stand for the doubles of the array
   std::optional<std::array<double, 3>> shift;  ///< to be added to the components on reading
   DataExtent extent;
 
-  MemBaseHandle array;             ///< keeps `bytes` alive
-  std::vector<std::byte> own;      ///< the bytes, if they are not the array's own
+  MemBaseHandle array;         ///< keeps `bytes` alive
+  std::vector<std::byte> own;  ///< the bytes, if they are not the array's own
 };
+
+/// Whether the memory of an array holds all elements of its shape.
+bool hasAllElements(const MemBase& array);
 
 /// Puts the image of an array together. Not for lists and computed arrays.
 ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules);

@@ -4,16 +4,32 @@
 #include <cstring>
 #include <vector>
 
+#include "recast/larder/console.h"
 #include "recast/larder/type_name.h"
 #include "recast/meadow/quilt_type.h"
 #include "recast/sheaf/storage/element_layout.h"
 #include "recast/sheaf/storage/hdf5_calls.h"
 #include "recast/sheaf/storage/link_names.h"
+#include "recast/sheaf/storage/number_types.h"
 
 namespace Quilt::Storage {
 namespace {
 
 constexpr hsize_t kMostBytes = hsize_t{256} << 20;
+
+std::string companionOf(const std::string& link) {
+  return "@type:" + link;
+}
+
+/// HDF5's properties for attributes whose names are UTF-8.
+hid_t nameProperties() {
+  static const hid_t properties = [] {
+    Id made = own(H5Pcreate(H5P_ATTRIBUTE_CREATE), "write attribute");
+    checked(H5Pset_char_encoding(made, H5T_CSET_UTF8), "write attribute");
+    return made.release();
+  }();
+  return properties;
+}
 
 Id textType(std::size_t length) {
   Id type = own(H5Tcopy(H5T_C_S1), "write attribute");
@@ -25,10 +41,9 @@ Id textType(std::size_t length) {
 
 void write(hid_t object, const std::string& name, hid_t fileType, hid_t memoryType, hid_t space,
            const void* data) {
-  if (H5Aexists(object, name.c_str()) > 0)
-    checked(H5Adelete(object, name.c_str()), "replace attribute", name);
+  removeAttribute(object, name);
   const Id attribute =
-      own(H5Acreate2(object, name.c_str(), fileType, space, H5P_DEFAULT, H5P_DEFAULT),
+      own(H5Acreate2(object, name.c_str(), fileType, space, nameProperties(), H5P_DEFAULT),
           "create attribute", name);
   checked(H5Awrite(attribute, memoryType, data), "write attribute", name);
 }
@@ -49,12 +64,37 @@ void writeTexts(hid_t object, const std::string& name, const std::vector<std::st
 void writeChunk(hid_t object, const std::string& name, const Larder::ChunkBase& chunk) {
   const auto type = QuiltTypeBase::find(chunk.getType());
   const ElementLayout layout = type ? layoutOf(*type) : ElementLayout{};
-  if (!type || layout.isList || !layout.known()) return;
+  if (!type || layout.isList || !layout.known()) {
+    Larder::Console() << "The attribute \"" << unescapedName(name) << "\" holds elements of "
+                      << Larder::Typename(chunk.getType())
+                      << ", which no file can; it is left out.";
+    return;
+  }
   const auto axes = datasetAxes(DynamicSize({chunk.elements()}), layout.components);
   const Id space = own(H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr),
                        "write attribute", name);
-  write(object, name, layout.memoryType, layout.memoryType, space, chunk.const_data_ptr());
-  if (layout.components > 1) writeText(object, ("@type:" + name).c_str(), type->TypeName);
+  write(object, name, fileType(layout.memoryType, false), layout.memoryType, space,
+        chunk.const_data_ptr());
+  if (layout.components > 1) writeText(object, companionOf(name).c_str(), type->TypeName);
+}
+
+std::vector<std::string> attributeNames(hid_t object) {
+  std::vector<std::string> names;
+  hsize_t position = 0;
+  H5Aiterate2(
+      object, H5_INDEX_NAME, H5_ITER_INC, &position,
+      [](hid_t, const char* name, const H5A_info_t*, void* list) -> herr_t {
+        static_cast<std::vector<std::string>*>(list)->emplace_back(name);
+        return 0;
+      },
+      &names);
+  return names;
+}
+
+/// Removes what an earlier run wrote and `attributes` holds no longer, or is about to write again.
+void removeFormer(hid_t object) {
+  for (const std::string& name : attributeNames(object))
+    if (name[0] != '@' || name.starts_with(companionOf(""))) removeAttribute(object, name);
 }
 
 /// An attribute opened with its extent known, of no more bytes than an attribute may have.
@@ -76,44 +116,69 @@ struct OpenAttribute {
     H5Sget_simple_extent_dims(space, axes.data(), nullptr);
     for (const hsize_t axis : axes)
       if (__builtin_mul_overflow(elements, axis, &elements)) return false;
-    return elements < kMostBytes && H5Aget_storage_size(id) < kMostBytes;
+    return elements < kMostBytes && H5Aget_storage_size(id) < kMostBytes && !isVariable();
   }
+  /// Such texts lie in a part of the file that carries no checksums, in which damage can crash
+  /// HDF5.
+  bool isVariable() const { return H5Tis_variable_str(type) > 0; }
 };
 
 std::vector<std::string> readTexts(const OpenAttribute& attribute) {
   const std::size_t size = H5Tget_size(attribute.type);
-  if (H5Tis_variable_str(attribute.type) > 0 || attribute.elements * size > kMostBytes) return {};
+  if (attribute.elements * size > kMostBytes) return {};
   std::vector<char> bytes(attribute.elements * size);
   if (H5Aread(attribute.id, attribute.type, bytes.data()) < 0) return {};
   std::vector<std::string> texts;
   for (hsize_t i = 0; i < attribute.elements; ++i) {
-    const char* start = bytes.data() + i * size;
-    texts.emplace_back(start, strnlen(start, size));
+    std::string text(bytes.data() + i * size, size);
+    // Only the padding goes: a text may hold a NUL.
+    text.resize(text.find_last_not_of('\0') + 1);
+    texts.push_back(std::move(text));
   }
   return texts;
 }
 
-/// The plain element type whose numbers the attribute holds; null if there is none.
-Larder::StrongPtr<QuiltTypeBase> plainTypeOf(hid_t fileType) {
-  for (const char* name : {"int", "double", "float", "unsigned int", "unsigned char",
-                           "unsigned short", "unsigned long long", "long double"}) {
-    const auto type = QuiltTypeBase::find(name);
-    if (type && H5Tequal(fileType, layoutOf(*type).memoryType) > 0) return type;
+bool fitsInt(const OpenAttribute& attribute) {
+  std::vector<long long> numbers(attribute.elements);
+  if (H5Aread(attribute.id, H5T_NATIVE_LLONG, numbers.data()) < 0) return false;
+  return std::all_of(numbers.begin(), numbers.end(),
+                     [](long long number) { return number == static_cast<int>(number); });
+}
+
+/// The name of the plain element type that takes the attribute's numbers; empty if there is none.
+/// Other programs write integers of all sizes, such as Python's of 64 bits.
+std::string plainTypeOf(const OpenAttribute& attribute) {
+  if (!isStandardNumber(attribute.type)) return {};
+  const std::size_t size = H5Tget_size(attribute.type);
+  if (H5Tget_class(attribute.type) == H5T_FLOAT)
+    return size <= 4 ? "float" : size <= 8 ? "double" : "long double";
+  if (H5Tget_sign(attribute.type) != H5T_SGN_NONE)
+    return size <= 4 || fitsInt(attribute) ? "int" : "double";
+  switch (size) {
+    case 1: return "unsigned char";
+    case 2: return "unsigned short";
+    case 4: return "unsigned int";
+    default: return "unsigned long long";
   }
-  return nullptr;
 }
 
 Larder::StrongPtr<Larder::ChunkBase> readChunk(hid_t object, const char* name) {
   OpenAttribute attribute;
-  if (!attribute.open(object, name)) return nullptr;
+  if (!attribute.open(object, name)) {
+    if (attribute.type.valid() && attribute.isVariable())
+      Larder::Console() << lockedFileName() << ": the attribute \"" << unescapedName(name)
+                        << "\" is a text of variable length, which is not read; it is left out.";
+    return nullptr;
+  }
   if (H5Tget_class(attribute.type) == H5T_STRING)
     return Larder::StrongPtr<Larder::ChunkBase>(
         new Larder::Chunk<std::string>(readTexts(attribute)));
-  const std::string typeName = readText(object, (std::string("@type:") + name).c_str());
-  const auto type = typeName.empty() ? plainTypeOf(attribute.type) : QuiltTypeBase::find(typeName);
-  if (!type) return nullptr;
+  const std::string compound = readText(object, companionOf(name).c_str());
+  const auto type = QuiltTypeBase::find(compound.empty() ? plainTypeOf(attribute) : compound);
+  if (!type || !isStandardNumber(attribute.type)) return nullptr;
   const ElementLayout layout = layoutOf(*type);
-  if (layout.isList || attribute.elements % layout.components != 0) return nullptr;
+  if (!layout.known() || layout.isList || attribute.elements % layout.components != 0)
+    return nullptr;
   auto chunk = type->newChunk(attribute.elements / layout.components);
   if (H5Aread(attribute.id, layout.memoryType, chunk->data_ptr()) < 0) return nullptr;
   return chunk;
@@ -123,14 +188,18 @@ template <class Number>
 bool readPlain(hid_t object, const char* name, hid_t memoryType, Number* numbers, hsize_t count) {
   OpenAttribute attribute;
   if (!attribute.open(object, name) || attribute.elements != count) return false;
-  const H5T_class_t kind = H5Tget_class(attribute.type);
-  if (kind != H5T_INTEGER && kind != H5T_FLOAT) return false;
-  return H5Aread(attribute.id, memoryType, numbers) >= 0;
+  return isStandardNumber(attribute.type) && H5Aread(attribute.id, memoryType, numbers) >= 0;
 }
 
 }  // namespace
 
+void removeAttribute(hid_t object, const std::string& name) {
+  if (H5Aexists(object, name.c_str()) > 0)
+    checked(H5Adelete(object, name.c_str()), "replace attribute", name);
+}
+
 void writeAttributes(hid_t object, const Larder::Attributes& attributes) {
+  removeFormer(object);
   for (const auto& [name, value] : attributes.attributes()) {
     const std::string link = escapedName(name);
     if (const auto texts = value.castTo<Larder::Chunk<std::string>>())
@@ -141,18 +210,11 @@ void writeAttributes(hid_t object, const Larder::Attributes& attributes) {
 }
 
 void readAttributes(hid_t object, Larder::Attributes& attributes) {
-  std::vector<std::string> names;
-  hsize_t position = 0;
-  H5Aiterate2(
-      object, H5_INDEX_NAME, H5_ITER_INC, &position,
-      [](hid_t, const char* name, const H5A_info_t*, void* list) -> herr_t {
-        if (name[0] != '@') static_cast<std::vector<std::string>*>(list)->emplace_back(name);
-        return 0;
-      },
-      &names);
-  for (const std::string& name : names)
+  for (const std::string& name : attributeNames(object)) {
+    if (name[0] == '@') continue;
     if (const auto value = readChunk(object, name.c_str()))
       attributes.setAttribute(unescapedName(name), value);
+  }
   H5Eclear2(H5E_DEFAULT);
 }
 

@@ -1,22 +1,27 @@
 #pragma once
 
-#include <hdf5.h>
-
 #include <string>
+
+#include <hdf5.h>
 
 #include "recast/larder/attributes.h"
 
 namespace Quilt::Storage {
 
-/// Writes all attributes of an object to an HDF5 object, in place of former ones of the same names.
-/// Numbers become one-dimensional attributes of their type, compound elements two-dimensional ones,
-/// texts fixed-length strings. A compound element type that h5py could not tell from plain numbers is
-/// named in a companion attribute "@type:" + name. The caller holds the lock.
-/// \throw StorageError
+/// Writes all attributes of an object to an HDF5 object, in place of all former ones that aren't
+/// our own. Numbers become one-dimensional attributes of their type, compound elements
+/// two-dimensional ones, texts fixed-length strings. A compound element type that h5py could not
+/// tell from plain numbers is named in a companion attribute "@type:" + name. The caller holds the
+/// lock. \throw StorageError
 void writeAttributes(hid_t object, const Larder::Attributes& attributes);
 
-/// Reads the attributes of an HDF5 object that are not our own. What can't be read is left out. The
-/// caller holds the lock.
+/// Removes the attribute of that name, if there is one. The caller holds the lock. \throw
+/// StorageError
+void removeAttribute(hid_t object, const std::string& name);
+
+/// Reads the attributes of an HDF5 object that are not our own. Integers of any size become the
+/// element type that holds them. What is neither number nor text is left out, and so are texts of
+/// variable length, which the console tells. The caller holds the lock.
 void readAttributes(hid_t object, Larder::Attributes& attributes);
 
 /// Our own attributes, whose names begin with "@". The readers give the default if there is none of

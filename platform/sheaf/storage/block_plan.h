@@ -1,14 +1,14 @@
 #pragma once
 
-#include <hdf5.h>
-
 #include <cstddef>
 #include <vector>
 
+#include <hdf5.h>
+
 namespace Quilt::Storage {
 
-/// Cuts a dataset into blocks of at most about `blockBytes`, each of which is one contiguous piece of
-/// the array's memory: (1, ..., 1, rows, all, ..., all) along the axes, slowest first.
+/// Cuts a dataset into blocks of at most about `blockBytes`, each of which is one contiguous piece
+/// of the array's memory: (1, ..., 1, rows, all, ..., all) along the axes, slowest first.
 class BlockPlan {
  public:
   /// \param keepLastAxis never cuts the last axis, the components of a compound element.
@@ -18,7 +18,7 @@ class BlockPlan {
   struct Block {
     std::vector<hsize_t> start;  ///< along the axes
     std::vector<hsize_t> size;
-    std::size_t firstNumber;     ///< its place in memory, in numbers
+    std::size_t firstNumber;  ///< its place in memory, in numbers
     std::size_t numbers;
   };
 

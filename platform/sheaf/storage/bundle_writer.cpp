@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <tuple>
 
 #include "recast/sheaf/storage/link_names.h"
 #include "recast/sheaf/storage/structure_writer.h"
@@ -10,11 +12,32 @@
 namespace Quilt::Storage {
 namespace {
 
-std::size_t workers() { return std::max(1U, std::thread::hardware_concurrency()); }
+/// So much is written before the system is told to begin with the disk.
+constexpr std::size_t kBringBytes = std::size_t{32} << 20;
+
+std::size_t workersFor(const StorageTransformations& storage) {
+  constexpr unsigned kMost = 256;
+  if (storage.workers > 0) return std::min(storage.workers, kMost);
+  return std::max(1U, std::thread::hardware_concurrency());
+}
+
+void makeFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  if (!folder.empty()) std::filesystem::create_directories(folder, error);
+  if (error) throw StorageError(folder.string(), "make the folder", error.message());
+}
 
 LinkPath pathOf(const Placement& place) {
   return {timeName(place.Time), escapedName(place.GridName), escapedName(place.Skeleton.name()),
           escapedName(place.RepresentationName), escapedName(place.FieldName)};
+}
+
+/// The links of a place that the rules tell as a text, in which HDF5 could not hold a ".".
+LinkPath externalPath(const std::string& text) {
+  LinkPath path = splitPath(text);
+  for (std::string& link : path)
+    if (link == ".") link = escapedName(link);
+  return path;
 }
 
 }  // namespace
@@ -24,20 +47,25 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
     : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
       tellCreators_(tellCreators),
       existing_(existing),
-      pool_(workers()) {
+      mostWaiting_(std::min(kMostWaiting, Larder::Cache::MemCache().budget())),
+      pool_(workersFor(*storage_)) {
   main_.partial = std::make_unique<PartialFile>(target, existing);
-  main_.file = Larder::makeStrong<Q8File>(
-      main_.partial->path(), target, existing ? Q8File::Mode::Change : Q8File::Mode::Create);
+  main_.file = Larder::makeStrong<Q8File>(main_.partial->path(), target,
+                                          existing ? Q8File::Mode::Change : Q8File::Mode::Create);
   thread_ = std::thread([this] { work(); });
 }
 
 BundleWriter::~BundleWriter() {
   stopWorking();
-  const Hdf5Lock lock(main_.file->state());
   stores_.clear();
   // Files that were not completed are lost: what HDF5 still holds of them need not be written.
-  for (auto& [name, output] : external_) output.file->abandon();
-  main_.file->abandon();
+  forEachOutput([](OutputFile& output) { output.file->abandon(); });
+}
+
+template <class Visit>
+void BundleWriter::forEachOutput(Visit visit) {
+  for (auto& [name, output] : external_) visit(output);
+  visit(main_);
 }
 
 void BundleWriter::store(const Placement& place, const Field& field,
@@ -49,26 +77,28 @@ void BundleWriter::store(const Placement& place, const Field& field,
   const auto type = field.getElementType();
   if (!type) return;  // no element type of files: it stays in memory
   requireType(place, type->TypeName, array->typeIndex().TypeName);
-  const bool computed = dynamic_cast<const UniformCartesianArray*>(array.rawptr()) != nullptr;
+  const bool computed = array.castTo<UniformCartesianArray>() != nullptr;
   if (!computed && array->getPtr() == nullptr && array->nElements() > 0) return;
+  if (!computed && !hasAllElements(*array))
+    refuse(place, "its array has a shape that is larger than its memory");
   const bool isList = array->getType() == typeid(std::vector<unsigned int>);
-  const auto fragments = field.getFragmentIDCollection();
   Job job;
+  job.store = storeOf(place, field);
   job.bytes = array->memsize();
   job.incoming.fragment = fragment;
   job.incoming.creator = creator;
   job.incoming.array = array;
-  job.incoming.cache = tellCreators_ ? &cache : nullptr;
+  job.incoming.cache = &cache;
   job.incoming.rules = rulesFor(place, *array);
   job.incoming.packed =
       fragment && !isList && !computed &&
-      storage_->setFieldPacking(place.FieldName, fragments->NumberOfFragmentIDs());
+      storage_->setFieldPacking(place.FieldName,
+                                field.getFragmentIDCollection()->NumberOfFragmentIDs());
   if (!isList && !computed)
-    job.preparing = pool_.run([this, array, rules = job.incoming.rules,
-                               packed = job.incoming.packed] {
-      return prepare(array, rules, packed, pool_);
-    });
-  job.store = &storeOf(place, field);
+    job.preparing =
+        pool_.run([this, array, rules = job.incoming.rules, packed = job.incoming.packed] {
+          return prepare(array, rules, packed, pool_);
+        });
   enqueue(std::move(job));
 }
 
@@ -92,29 +122,43 @@ StoreRules BundleWriter::rulesFor(const Placement& place, const MemBase& array) 
   return rules;
 }
 
-FieldStore& BundleWriter::storeOf(const Placement& place, const Field& field) {
+std::shared_ptr<FieldStore> BundleWriter::storeOf(const Placement& place, const Field& field) {
   const auto type = field.getElementType();
   const std::string typeName = type ? type->TypeName : std::string();
   const std::lock_guard lock(mutex_);
   claimTime(place.Time);
   LinkPath path = pathOf(place);
-  auto& store = stores_[joined(path)];
-  if (!store) {
-    OutputFile& output = fileFor(place, path);
-    store = std::make_unique<FieldStore>(output.file, path, typeName);
-  } else if (store->typeName().empty() && !typeName.empty()) {
-    // The first data came after the field was first looked at.
-    store = std::make_unique<FieldStore>(store->file(), splitPath(store->groupPath()), typeName);
+  const std::string key = joined(path);
+  if (const auto found = stores_.find(key); found != stores_.end()) {
+    const auto& present = found->second;
+    if (present->belongsTo(field) && (present->typeName() == typeName || typeName.empty()))
+      return present;
+    // Another field has taken the place, or the first data came after the field was first looked
+    // at.
+    const auto fresh = std::make_shared<FieldStore>(present->file(), present->path(), typeName,
+                                                    field, loadedFrom(field), tellCreators_);
+    fresh->expectOthers();
+    return found->second = fresh;
   }
-  if (!typeName.empty()) requireType(place, store->typeName(), typeName);
-  return *store;
+  const OutputFile& output = fileFor(place, path);
+  return stores_[key] = std::make_shared<FieldStore>(output.file, path, typeName, field,
+                                                     loadedFrom(field), tellCreators_);
+}
+
+Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field) const {
+  auto loaded = field.source().castTo<LoadedField>();
+  while (loaded && &loaded->place()->file() != main_.file.rawptr())
+    loaded = loaded->former().castTo<LoadedField>();
+  return loaded;
+}
+
+void BundleWriter::refuse(const Placement& place, const std::string& reason) const {
+  throw StorageError(main_.file->state().shownName, "write field " + place.FieldName, reason);
 }
 
 void BundleWriter::requireType(const Placement& place, const std::string& held,
                                const std::string& given) const {
-  if (held == given) return;
-  throw StorageError(main_.file->state().shownName, "write field " + place.FieldName,
-                     "it holds elements of " + held + ", not of " + given);
+  if (held != given) refuse(place, "it holds elements of " + held + ", not of " + given);
 }
 
 void BundleWriter::claimTime(double time) {
@@ -124,49 +168,80 @@ void BundleWriter::claimTime(double time) {
                        "two slices have times that agree to six decimals");
 }
 
-BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place,
-                                                LinkPath& path) {
-  const auto [name, inside] =
-      storage_->getExternalLocation(place.Time, place.GridName, place.Skeleton,
-                                    place.RepresentationName, place.FieldName);
-  if (name.empty()) return main_;
+const BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place, LinkPath& path) {
+  const LinkPath mainPath = path;
+  std::string name;
+  std::string inside;
+  LinkPath insidePath = path;
+  if (existing_ && staysWhereItLies(path, name, insidePath)) {
+    if (name.empty()) return main_;
+  } else {
+    std::tie(name, inside) = storage_->getExternalLocation(
+        place.Time, place.GridName, place.Skeleton, place.RepresentationName, place.FieldName);
+    if (name.empty()) return main_;
+    if (!inside.empty())
+      insidePath = below(externalPath(storage_->getExternalLocationPrefix() + inside), path.back());
+  }
   std::filesystem::path target(name);
   if (target.is_relative())
     target = std::filesystem::path(main_.partial->target()).parent_path() / target;
-  OutputFile& output = external_[target.string()];
-  if (!output.file) {
-    const bool changed = existing_ && std::filesystem::exists(target);
-    output.partial = std::make_unique<PartialFile>(target.string(), changed);
-    output.file =
-        Larder::makeStrong<Q8File>(output.partial->path(), target.string(),
-                                   changed ? Q8File::Mode::Change : Q8File::Mode::Create);
-  }
-  const LinkPath mainPath = path;
-  if (!inside.empty()) {
-    path = splitPath(storage_->getExternalLocationPrefix() + inside);
-    path.push_back(mainPath.back());
-  }
-  linkExternal(output,
-               storage_->getExternalFileReference(main_.partial->target(), target.string()),
+  const std::string targetName = target.lexically_normal().string();
+  const auto [claim, isNew] =
+      externalPlaces_.try_emplace(targetName + joined(insidePath), joined(mainPath));
+  if (claim->second != joined(mainPath))
+    refuse(place, "its place in " + name + " is that of " + claim->second);
+  const OutputFile& output = externalOutput(targetName);
+  path = insidePath;
+  linkExternal(output, storage_->getExternalFileReference(main_.partial->target(), targetName),
                mainPath, path);
   return output;
+}
+
+/// Whether the file that is changed holds the field already, and where: a field stays in the file
+/// in which it lies, whatever the rules say of new ones. \param externalFile is left empty for the
+/// main file.
+bool BundleWriter::staysWhereItLies(const LinkPath& path, std::string& externalFile,
+                                    LinkPath& inside) {
+  const Hdf5Lock lock(main_.file->state());
+  const Id parent = findGroup(*main_.file, {path.begin(), path.end() - 1});
+  if (!parent.valid() || !hasLink(parent, path.back())) return false;
+  if (const auto target = externalTarget(parent, path.back())) {
+    if (!leadsSomewhere(parent, path.back())) {
+      removeLink(parent, path.back());  // the data is lost; nothing stands in the field's way
+      return false;
+    }
+    externalFile = target->first;
+    inside = splitPath(target->second);
+  }
+  return true;
+}
+
+const BundleWriter::OutputFile& BundleWriter::externalOutput(const std::string& target) {
+  if (const auto present = external_.find(target); present != external_.end())
+    return present->second;
+  makeFolder(std::filesystem::path(target).parent_path());
+  const bool changed = existing_ && std::filesystem::exists(target);
+  OutputFile output;
+  output.partial = std::make_unique<PartialFile>(target, changed);
+  output.file = Larder::makeStrong<Q8File>(output.partial->path(), target,
+                                           changed ? Q8File::Mode::Change : Q8File::Mode::Create);
+  return external_.emplace(target, std::move(output)).first->second;
 }
 
 void BundleWriter::linkExternal(const OutputFile& external, const std::string& reference,
                                 const LinkPath& path, const LinkPath& inside) {
   const Hdf5Lock lock(main_.file->state());
   const Id group = makeGroup(*main_.file, {path.begin(), path.end() - 1});
-  if (H5Lexists(group, path.back().c_str(), H5P_DEFAULT) > 0)
-    checked(H5Ldelete(group, path.back().c_str(), H5P_DEFAULT), "replace", path.back());
+  if (hasLink(group, path.back())) removeLink(group, path.back());
   checked(H5Lcreate_external(reference.c_str(), joined(inside).c_str(), group, path.back().c_str(),
-                             H5P_DEFAULT, H5P_DEFAULT),
+                             linkProperties(), H5P_DEFAULT),
           "link", external.partial->target());
 }
 
 void BundleWriter::enqueue(Job job) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] {
-    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= kMostWaiting;
+    return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= mostWaiting_;
   });
   waitingBytes_ += job.bytes;
   jobs_.push_back(std::move(job));
@@ -179,29 +254,37 @@ void BundleWriter::work() {
     changed_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
     if (jobs_.empty()) return;
     working_ = true;
-    {
-      Job job = std::move(jobs_.front());
-      jobs_.pop_front();
-      const bool wanted = !error_;
-      lock.unlock();
-      const std::size_t bytes = job.bytes;
-      try {
-        if (job.preparing.valid()) job.incoming.prepared = job.preparing.get();
-        if (wanted) job.store->store(job.incoming);
-      } catch (...) {
-        remember(std::current_exception());
-      }
-      // Filters that nobody waited for still read the image.
-      if (job.incoming.prepared)
-        for (auto& block : job.incoming.prepared->blocks)
-          if (block.valid()) block.wait();
-      job = Job{};
-      lock.lock();
-      waitingBytes_ -= bytes;
-    }
+    std::optional<Job> job(std::move(jobs_.front()));
+    jobs_.pop_front();
+    const bool wanted = !error_;
+    lock.unlock();
+    const std::size_t bytes = job->bytes;
+    write(*job, wanted);
+    job.reset();
+    if (wanted) startBringing(bytes);
+    lock.lock();
+    waitingBytes_ -= bytes;
     working_ = false;
     changed_.notify_all();
   }
+}
+
+void BundleWriter::write(Job& job, bool wanted) {
+  try {
+    if (job.preparing.valid()) job.incoming.prepared = job.preparing.get();
+    if (wanted) job.store->store(job.incoming);
+  } catch (...) {
+    remember(std::current_exception());
+  }
+}
+
+/// Lets the system write to the disk while we compress, so that the end has little to wait for.
+void BundleWriter::startBringing(std::size_t bytes) {
+  writtenBytes_ += bytes;
+  if (writtenBytes_ < kBringBytes) return;
+  writtenBytes_ = 0;
+  const std::lock_guard lock(mutex_);
+  forEachOutput([](OutputFile& output) { output.partial->startBringing(); });
 }
 
 void BundleWriter::remember(std::exception_ptr error) {
@@ -246,19 +329,17 @@ void BundleWriter::complete(const Bundle& bundle) {
   writer.handOverMissing(bundle);
   drain();
   writer.writeStructure(bundle);
-  {
-    const Hdf5Lock lock(main_.file->state());
-    stores_.clear();
-  }
-  // The external files first: the main file must not point to what isn't there.
-  for (auto& [name, output] : external_) {
+  stores_.clear();
+  // Nothing takes its place before all is safe, and the external files come first: the main file
+  // must not point to what isn't there.
+  forEachOutput([](OutputFile& output) {
     output.file->close();
+    output.partial->bringToDisk();
+  });
+  forEachOutput([](OutputFile& output) {
     output.partial->putInPlace();
     output.file->movedTo(output.partial->target());
-  }
-  main_.file->close();
-  main_.partial->putInPlace();
-  main_.file->movedTo(main_.partial->target());
+  });
 }
 
 }  // namespace Quilt::Storage

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -19,9 +20,9 @@ namespace Quilt::Storage {
 /// Writes a bundle to a file: takes arrays from any thread, filters them on the machine's cores,
 /// writes them in a thread of its own, and completes the file with all that tells of them.
 ///
-/// Arrays that wait to be written hold at most about `kMostWaiting` bytes; `store` waits when there
-/// are more. After the first error nothing more is written, every call throws it, and `complete`
-/// leaves the target as it was.
+/// Arrays that wait to be written hold at most about `kMostWaiting` bytes, and no more than the
+/// memory cache may; `store` waits when there are more. After the first error nothing more is
+/// written, every call throws it, and `complete` leaves the target as it was.
 class BundleWriter : public FragmentSink {
  public:
   static constexpr std::size_t kMostWaiting = std::size_t{256} << 20;
@@ -53,37 +54,45 @@ class BundleWriter : public FragmentSink {
     FileHandle file;
   };
   struct Job {
-    FieldStore* store;
+    std::shared_ptr<FieldStore> store;
     FieldStore::Incoming incoming;
-    std::future<std::shared_ptr<PreparedArray>> preparing;
-    std::size_t bytes;
+    std::future<PreparedArray> preparing;
+    std::size_t bytes = 0;
   };
 
   /// Whether the rules let this data into the file.
   bool isWanted(const Placement& place, const Field& field, const FragmentID* fragment) const;
   StoreRules rulesFor(const Placement& place, const MemBase& array) const;
   /// The store of a field, made at its first use. \throw StorageError
-  FieldStore& storeOf(const Placement& place, const Field& field);
+  std::shared_ptr<FieldStore> storeOf(const Placement& place, const Field& field);
+  [[noreturn]] void refuse(const Placement& place, const std::string& reason) const;
   void requireType(const Placement& place, const std::string& held, const std::string& given) const;
   /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
   void claimTime(double time);
+  /// What was loaded of the field from the file that is changed, or null.
+  Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
   /// The file for a field, and its path in there. \pre `mutex_` is held.
-  OutputFile& fileFor(const Placement& place, LinkPath& path);
-  void linkExternal(const OutputFile& external, const std::string& reference,
-                    const LinkPath& path, const LinkPath& inside);
+  const OutputFile& fileFor(const Placement& place, LinkPath& path);
+  bool staysWhereItLies(const LinkPath& path, std::string& externalFile, LinkPath& inside);
+  const OutputFile& externalOutput(const std::string& target);
+  void linkExternal(const OutputFile& external, const std::string& reference, const LinkPath& path,
+                    const LinkPath& inside);
   void enqueue(Job job);
   void work();
-  void write(Job& job);
+  void write(Job& job, bool wanted);
+  void startBringing(std::size_t bytes);
   void throwFirstError();
   void remember(std::exception_ptr error);
   void stopWorking();
   void flushStores();
+  template <class Visit>
+  void forEachOutput(Visit visit);
 
   StorageHandle storage_;
   bool tellCreators_;
   bool existing_;
+  std::size_t mostWaiting_;
   OutputFile main_;
-  std::map<std::string, OutputFile> external_;
 
   std::mutex mutex_;  // guards the members below
   std::condition_variable changed_;
@@ -92,9 +101,13 @@ class BundleWriter : public FragmentSink {
   bool working_ = false;
   bool ending_ = false;
   std::exception_ptr error_;
-  std::unordered_map<std::string, std::unique_ptr<FieldStore>> stores_;
-  std::map<std::string, double> times_;  // by the names of their groups
+  std::map<std::string, OutputFile> external_;
+  std::unordered_map<std::string, std::shared_ptr<FieldStore>>
+      stores_;                                         // by their place in the bundle
+  std::map<std::string, std::string> externalPlaces_;  // place in the bundle, by file and path
+  std::map<std::string, double> times_;                // by the names of their groups
 
+  std::size_t writtenBytes_ = 0;  // since the last `startBringing`; of the writing thread alone
   WorkPool pool_;
   std::thread thread_;
 };

@@ -9,11 +9,14 @@
 #include "recast/meadow/mem_base.h"
 #include "recast/sheaf/storage/array_image.h"
 #include "recast/sheaf/storage/block_plan.h"
+#include "recast/sheaf/storage/dataset_shape.h"
+#include "recast/sheaf/storage/groups.h"
+#include "recast/sheaf/storage/number_types.h"
 #include "recast/sheaf/storage/q8_file.h"
 #include "recast/sheaf/storage/work_pool.h"
 
-/// Datasets of numbers: created, written and read block by block, so that the lock is never held for
-/// long and the filters work outside it.
+/// Datasets of numbers: created, written and read block by block, so that the lock is never held
+/// for long and the filters work outside it.
 namespace Quilt::Storage {
 
 /// One block ready for the file.
@@ -25,9 +28,6 @@ struct FilteredBlock {
 /// The shuffled and deflated form of a block, padded to a full one.
 FilteredBlock filterBlock(std::span<const std::byte> bytes, std::size_t numberSize,
                           std::size_t fullBytes, const FilterSettings& settings);
-
-/// The file's number type for numbers of memory type `memoryType`, floats if `single`.
-hid_t fileType(hid_t memoryType, bool single);
 
 /// Creates a dataset `name` below `parent`, filtered if `filter` has a level. The caller holds the
 /// lock. \throw StorageError
@@ -46,20 +46,27 @@ void writeFiltered(Q8File& file, hid_t dataset, const BlockPlan& plan,
 void writeList(hid_t parent, const std::string& name, hid_t type, const void* data,
                std::size_t count, bool deflate);
 
-/// What a dataset says of itself before any of it is read.
-struct DatasetShape {
-  std::vector<hsize_t> axes;
-  std::size_t numberSize = 0;
-  std::size_t numbers = 0;
-};
+/// Reads the box of `size` at `start` of a dataset as `memoryType` into `target`. The caller holds
+/// the lock. \throw StorageError
+void readBox(hid_t dataset, const std::vector<hsize_t>& start, const std::vector<hsize_t>& size,
+             hid_t memoryType, std::byte* target);
 
-/// The shape of an open dataset whose content the file can really hold. The caller holds the lock.
-/// \throw StorageError if it claims more than its bytes on disk justify.
-DatasetShape shapeOf(Q8File& file, hid_t dataset, const std::string& name);
+/// Reads a dataset of one axis at `path`: the lists that `writeList` writes. The caller holds the
+/// lock. \throw StorageError
+template <class Number>
+void readList(Q8File& file, const std::string& path, hid_t memoryType,
+              std::vector<Number>& numbers) {
+  const Id dataset = openDataset(file.id(), path);
+  const DatasetShape shape = numbersShapeOf(file, dataset, path);
+  numbers.resize(shape.numbers);
+  if (!numbers.empty())
+    checked(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, numbers.data()),
+            "read dataset", path);
+}
 
-/// Reads all numbers of `dataset` as `memoryType` into `target`, of `numberSize` bytes each; the file
-/// may hold them in another precision. \pre no lock is held; `target` has room for all of them.
-/// \throw StorageError
+/// Reads all numbers of `dataset` as `memoryType` into `target`, of `numberSize` bytes each; the
+/// file may hold them in another precision. \pre no lock is held; `target` has room for all of
+/// them. \throw StorageError
 void readNumbers(Q8File& file, hid_t dataset, const DatasetShape& shape, hid_t memoryType,
                  std::size_t numberSize, std::byte* target);
 

@@ -3,6 +3,7 @@
 
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/filters.h"
+#include "recast/sheaf/storage/groups.h"
 
 namespace Quilt::Storage {
 namespace {
@@ -26,24 +27,10 @@ FilteredBlock filterBlock(std::span<const std::byte> bytes, std::size_t numberSi
   return {std::move(stream), 0};
 }
 
-hid_t fileType(hid_t memoryType, bool single) {
-  if (single) return H5T_IEEE_F32LE;
-  const struct {
-    hid_t memory;
-    hid_t file;
-  } types[] = {{H5T_NATIVE_FLOAT, H5T_IEEE_F32LE},   {H5T_NATIVE_DOUBLE, H5T_IEEE_F64LE},
-               {H5T_NATIVE_UCHAR, H5T_STD_U8LE},     {H5T_NATIVE_USHORT, H5T_STD_U16LE},
-               {H5T_NATIVE_INT, H5T_STD_I32LE},      {H5T_NATIVE_UINT, H5T_STD_U32LE},
-               {H5T_NATIVE_ULLONG, H5T_STD_U64LE}};
-  for (const auto& type : types)
-    if (type.memory == memoryType) return type.file;
-  return memoryType;
-}
-
 Id createDataset(hid_t parent, const std::string& name, hid_t type, const BlockPlan& plan,
                  const std::vector<hsize_t>& axes, const FilterSettings& filter) {
-  const Id space = own(
-      H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr), "lay out", name);
+  const Id space =
+      own(H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr), "lay out", name);
   const Id properties = own(H5Pcreate(H5P_DATASET_CREATE), "lay out", name);
   checked(H5Pset_obj_track_times(properties, false), "lay out", name);
   checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "lay out", name);
@@ -51,11 +38,12 @@ Id createDataset(hid_t parent, const std::string& name, hid_t type, const BlockP
     checked(H5Pset_chunk(properties, static_cast<int>(axes.size()), plan.fullSize().data()),
             "lay out", name);
     checked(H5Pset_shuffle(properties), "lay out", name);
-    checked(H5Pset_deflate(properties, static_cast<unsigned>(std::min(filter.level, 9))),
-            "lay out", name);
+    checked(H5Pset_deflate(properties, static_cast<unsigned>(std::min(filter.level, 9))), "lay out",
+            name);
   }
-  return own(H5Dcreate2(parent, name.c_str(), type, space, H5P_DEFAULT, properties, H5P_DEFAULT),
-             "create dataset", name);
+  return own(
+      H5Dcreate2(parent, name.c_str(), type, space, linkProperties(), properties, H5P_DEFAULT),
+      "create dataset", name);
 }
 
 void writePlain(Q8File& file, hid_t dataset, hid_t memoryType, const BlockPlan& plan,

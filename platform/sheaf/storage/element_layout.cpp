@@ -12,14 +12,11 @@ ElementLayout layoutOf(const QuiltTypeIndex& type) {
     const char* name;
     hid_t type;
   };
-  const Number numbers[] = {{"float", H5T_NATIVE_FLOAT},
-                            {"double", H5T_NATIVE_DOUBLE},
-                            {"long double", H5T_NATIVE_LDOUBLE},
-                            {"unsigned char", H5T_NATIVE_UCHAR},
-                            {"unsigned short", H5T_NATIVE_USHORT},
-                            {"int", H5T_NATIVE_INT},
-                            {"unsigned int", H5T_NATIVE_UINT},
-                            {"unsigned long long", H5T_NATIVE_ULLONG}};
+  const Number numbers[] = {
+      {"float", H5T_NATIVE_FLOAT},           {"double", H5T_NATIVE_DOUBLE},
+      {"long double", H5T_NATIVE_LDOUBLE},   {"unsigned char", H5T_NATIVE_UCHAR},
+      {"unsigned short", H5T_NATIVE_USHORT}, {"int", H5T_NATIVE_INT},
+      {"unsigned int", H5T_NATIVE_UINT},     {"unsigned long long", H5T_NATIVE_ULLONG}};
   ElementLayout layout;
   layout.components = type.Components;
   layout.componentSize = type.ComponentSize;

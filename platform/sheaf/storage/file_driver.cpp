@@ -1,21 +1,22 @@
 #include "recast/sheaf/storage/file_driver.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "recast/sheaf/storage/file_size_signal.h"
 
 namespace Quilt::Storage {
 namespace {
 
+/// What file access properties carry for the driver.
 struct DriverInfo {
-  FileState* state;
+  std::shared_ptr<FileState> state;
 };
 
 struct OpenFile {
@@ -25,16 +26,42 @@ struct OpenFile {
   haddr_t size;
   dev_t device;
   ino_t inode;
-  FileState* state;
+  std::shared_ptr<FileState> state;
 };
 
-OpenFile& self(H5FD_t* file) { return *reinterpret_cast<OpenFile*>(file); }
-const OpenFile& self(const H5FD_t* file) { return *reinterpret_cast<const OpenFile*>(file); }
+OpenFile& self(H5FD_t* file) {
+  return *reinterpret_cast<OpenFile*>(file);
+}
+const OpenFile& self(const H5FD_t* file) {
+  return *reinterpret_cast<const OpenFile*>(file);
+}
 
-herr_t failed(OpenFile& file) {
-  int none = 0;
-  file.state->systemError.compare_exchange_strong(none, errno);
+herr_t failed() {
+  lastSystemError() = errno;
   return -1;
+}
+
+herr_t writeFailed(OpenFile& file) {
+  int none = 0;
+  file.state->writeError.compare_exchange_strong(none, errno);
+  return failed();
+}
+
+void* infoOf(H5FD_t* file) {
+  return new (std::nothrow) DriverInfo{self(file).state};
+}
+
+void* copyInfo(const void* info) {
+  return new (std::nothrow) DriverInfo(*static_cast<const DriverInfo*>(info));
+}
+
+herr_t freeInfo(void* info) {
+  delete static_cast<DriverInfo*>(info);
+  return 0;
+}
+
+bool hasSafeForm(int descriptor, off_t size) {
+  return size == 0 || formOfFile(descriptor) == FileForm::Checksummed;
 }
 
 H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr_t) {
@@ -48,10 +75,15 @@ H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr
   const int descriptor = open(name, mode | O_CLOEXEC | O_NONBLOCK, 0666);
   struct stat status {};
   if (descriptor < 0 || fstat(descriptor, &status) < 0 || !S_ISREG(status.st_mode)) {
-    if (descriptor >= 0) errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    int none = 0;
-    info->state->systemError.compare_exchange_strong(none, errno);
-    if (descriptor >= 0) close(descriptor);
+    if (descriptor >= 0) {
+      close(descriptor);
+      errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    }
+    failed();
+    return nullptr;
+  }
+  if (!hasSafeForm(descriptor, status.st_size)) {
+    close(descriptor);
     return nullptr;
   }
   auto* file = new (std::nothrow) OpenFile{};
@@ -86,14 +118,18 @@ herr_t queryFeatures(const H5FD_t*, unsigned long* flags) {
   return 0;
 }
 
-haddr_t allocatedEnd(const H5FD_t* file, H5FD_mem_t) { return self(file).allocated; }
+haddr_t allocatedEnd(const H5FD_t* file, H5FD_mem_t) {
+  return self(file).allocated;
+}
 
 herr_t setAllocatedEnd(H5FD_t* file, H5FD_mem_t, haddr_t address) {
   self(file).allocated = address;
   return 0;
 }
 
-haddr_t endOfFile(const H5FD_t* file, H5FD_mem_t) { return self(file).size; }
+haddr_t endOfFile(const H5FD_t* file, H5FD_mem_t) {
+  return self(file).size;
+}
 
 herr_t fileHandle(H5FD_t* file, hid_t, void** handle) {
   *handle = &self(file).descriptor;
@@ -106,7 +142,7 @@ herr_t readBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size, 
   while (size > 0) {
     const ssize_t got = pread(open.descriptor, bytes, size, static_cast<off_t>(address));
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return failed(open);
+    if (got < 0) return failed();
     if (got == 0) {
       std::memset(bytes, 0, size);  // what was allocated and never written reads as zero
       return 0;
@@ -121,13 +157,13 @@ herr_t readBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size, 
 herr_t writeBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size,
                   const void* buffer) {
   OpenFile& open = self(file);
-  if (open.state->systemError.load() != 0) return 0;
+  if (open.state->writeError.load() != 0) return 0;
   const FileSizeSignalBlocked blocked;
   const auto* bytes = static_cast<const char*>(buffer);
   while (size > 0) {
     const ssize_t put = pwrite(open.descriptor, bytes, size, static_cast<off_t>(address));
     if (put < 0 && errno == EINTR) continue;
-    if (put < 0) return failed(open);
+    if (put < 0) return writeFailed(open);
     bytes += put;
     address += static_cast<haddr_t>(put);
     size -= static_cast<size_t>(put);
@@ -138,15 +174,19 @@ herr_t writeBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size,
 
 herr_t truncateFile(H5FD_t* file, hid_t, hbool_t) {
   OpenFile& open = self(file);
-  if (open.allocated == open.size || open.state->systemError.load() != 0) return 0;
+  if (open.allocated == open.size || open.state->writeError.load() != 0) return 0;
   const FileSizeSignalBlocked blocked;
-  if (ftruncate(open.descriptor, static_cast<off_t>(open.allocated)) < 0) return failed(open);
+  if (ftruncate(open.descriptor, static_cast<off_t>(open.allocated)) < 0) return writeFailed(open);
   open.size = open.allocated;
   return 0;
 }
 
-herr_t noLock(H5FD_t*, hbool_t) { return 0; }
-herr_t noUnlock(H5FD_t*) { return 0; }
+herr_t noLock(H5FD_t*, hbool_t) {
+  return 0;
+}
+herr_t noUnlock(H5FD_t*) {
+  return 0;
+}
 
 hid_t registerDriver() {
   static H5FD_class_t driver{};
@@ -158,6 +198,9 @@ hid_t registerDriver() {
   driver.maxaddr = HADDR_MAX / 2;
   driver.fc_degree = H5F_CLOSE_STRONG;
   driver.fapl_size = sizeof(DriverInfo);
+  driver.fapl_get = infoOf;
+  driver.fapl_copy = copyInfo;
+  driver.fapl_free = freeInfo;
   driver.open = openFile;
   driver.close = closeFile;
   driver.cmp = compareFiles;
@@ -178,10 +221,26 @@ hid_t registerDriver() {
 
 }  // namespace
 
-void useFileDriver(hid_t accessProperties, FileState& state) {
+void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state) {
   static const hid_t driver = registerDriver();
-  const DriverInfo info{&state};
+  const DriverInfo info{state};
   H5Pset_driver(accessProperties, driver, &info);
+}
+
+FileForm formOfFile(int descriptor) {
+  constexpr unsigned char kSignature[] = {0x89, 'H', 'D', 'F', '\r', '\n', 0x1a, '\n'};
+  constexpr unsigned char kFirstWithChecksums = 2;
+  unsigned char start[sizeof kSignature + 1] = {};
+  if (pread(descriptor, start, sizeof start, 0) != sizeof start ||
+      std::memcmp(start, kSignature, sizeof kSignature) != 0)
+    return FileForm::Foreign;
+  return start[sizeof kSignature] < kFirstWithChecksums ? FileForm::Unchecked
+                                                        : FileForm::Checksummed;
+}
+
+int& lastSystemError() {
+  static int error = 0;
+  return error;
 }
 
 }  // namespace Quilt::Storage

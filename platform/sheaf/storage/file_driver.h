@@ -1,24 +1,41 @@
 #pragma once
 
-#include <hdf5.h>
-
 #include <atomic>
+#include <memory>
 #include <string>
+
+#include <hdf5.h>
 
 namespace Quilt::Storage {
 
-/// What the driver and the error messages know of an open file.
+/// What the driver and the error messages know of a file that is written.
 struct FileState {
-  std::string shownName;                ///< the name that users know the file by
-  std::atomic<int> systemError{0};      ///< `errno` of the first failed operation
+  std::string shownName;           ///< the name that users know the file by
+  std::atomic<int> writeError{0};  ///< `errno` of the first write that failed
 };
 
-/// Makes `accessProperties` open files through our driver, which reports to `state`; `state` must
-/// outlive the file.
+/// Makes `accessProperties` open files through our driver, which reports to `state`.
 ///
-/// The driver writes and reads as the standard one does, with two differences. It keeps the system's
-/// reason for the first failure. And once writing has failed, it swallows all further writes: the
-/// file is lost anyway, and HDF5 can't let go of a file whose caches it can't flush.
-void useFileDriver(hid_t accessProperties, FileState& state);
+/// The driver writes and reads as the standard one does, with three differences. It opens no file
+/// but one of HDF5's checksummed form. It keeps the system's reason for a failure. And once writing
+/// has failed, it swallows all further writes: the file is lost anyway, and HDF5 can't let go of a
+/// file whose caches it can't flush.
+///
+/// Files that HDF5 finds behind external links are opened by a copy of the properties of the file
+/// that holds the link, and one open file may serve several users of HDF5; hence the shared state.
+void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state);
+
+/// What the first bytes of a file say of it.
+enum class FileForm {
+  Foreign,     ///< no HDF5 file, or one with something before its start
+  Unchecked,   ///< HDF5's older form, whose structure carries no checksums: damage in it can crash
+               ///< HDF5
+  Checksummed  ///< HDF5's newer form: what is damaged is refused
+};
+FileForm formOfFile(int descriptor);
+
+/// `errno` of the last failed system call of any file, until it is set to 0. The caller holds the
+/// lock.
+int& lastSystemError();
 
 }  // namespace Quilt::Storage

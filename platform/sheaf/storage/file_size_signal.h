@@ -1,10 +1,10 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+
+#include <pthread.h>
 
 namespace Quilt::Storage {
 

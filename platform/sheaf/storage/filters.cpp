@@ -1,17 +1,17 @@
 #include "recast/sheaf/storage/filters.h"
 
-#include <libdeflate.h>
-
 #include <cstring>
 #include <map>
 #include <memory>
 #include <new>
 
+#include <libdeflate.h>
+
 namespace Quilt::Storage {
 namespace {
 
-// With the size known to the compiler the loops over an element's bytes unroll, and the loop over the
-// elements vectorises.
+// With the size known to the compiler the loops over an element's bytes unroll, and the loop over
+// the elements vectorises.
 template <std::size_t Size>
 void shuffleFixed(const std::byte* source, std::size_t count, std::byte* target) {
   for (std::size_t i = 0; i < count; ++i)
@@ -85,8 +85,8 @@ bool inflate(std::span<const std::byte> source, std::span<std::byte> target) {
   thread_local std::unique_ptr<libdeflate_decompressor, Release> decompressor(
       libdeflate_alloc_decompressor());
   if (!decompressor) throw std::bad_alloc();
-  return libdeflate_zlib_decompress(decompressor.get(), source.data(), source.size(),
-                                    target.data(), target.size(), nullptr) == LIBDEFLATE_SUCCESS;
+  return libdeflate_zlib_decompress(decompressor.get(), source.data(), source.size(), target.data(),
+                                    target.size(), nullptr) == LIBDEFLATE_SUCCESS;
 }
 
 }  // namespace Quilt::Storage

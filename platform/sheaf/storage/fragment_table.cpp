@@ -6,6 +6,7 @@
 
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/format_names.h"
+#include "recast/sheaf/storage/groups.h"
 
 namespace Quilt::Storage {
 namespace {
@@ -23,15 +24,15 @@ struct Column {
 
 std::vector<Column> allColumns() {
   return {{"number", offsetof(FragmentRow, number), H5T_NATIVE_INT64, 0, true},
-          {"kind", offsetof(FragmentRow, lie), H5T_NATIVE_UINT8, 0, true},
-          {"rank", offsetof(FragmentRow, rank), H5T_NATIVE_UINT8, 0, true},
-          {"shape", offsetof(FragmentRow, shape), H5T_NATIVE_UINT64, FragmentRow::kMostAxes},
-          {"offset", offsetof(FragmentRow, offset), H5T_NATIVE_UINT64, 0},
+          {"kind", offsetof(FragmentRow, data.lie), H5T_NATIVE_UINT8, 0, true},
+          {"rank", offsetof(FragmentRow, data.rank), H5T_NATIVE_UINT8, 0, true},
+          {"shape", offsetof(FragmentRow, data.shape), H5T_NATIVE_UINT64, DataPlace::kMostAxes},
+          {"offset", offsetof(FragmentRow, data.offset), H5T_NATIVE_UINT64, 0},
           {"extent", offsetof(FragmentRow, extent), H5T_NATIVE_UINT8, 0},
           {"minimum", offsetof(FragmentRow, minimum), H5T_NATIVE_DOUBLE, 3},
           {"maximum", offsetof(FragmentRow, maximum), H5T_NATIVE_DOUBLE, 3},
-          {"shifted", offsetof(FragmentRow, shifted), H5T_NATIVE_UINT8, 0},
-          {"shift", offsetof(FragmentRow, shift), H5T_NATIVE_DOUBLE, 3},
+          {"shifted", offsetof(FragmentRow, data.shifted), H5T_NATIVE_UINT8, 0},
+          {"shift", offsetof(FragmentRow, data.shift), H5T_NATIVE_DOUBLE, 3},
           {"properties", offsetof(FragmentRow, properties), H5T_NATIVE_UINT8, 0},
           {"location", offsetof(FragmentRow, location), H5T_NATIVE_UINT64, 3},
           {"lower_overlap", offsetof(FragmentRow, lowerOverlap), H5T_NATIVE_UINT64, 3},
@@ -71,16 +72,18 @@ struct PlacedColumn {
   std::size_t fileOffset;  // in the rows as they are read or written
 };
 
-/// A compound type of the placed columns, with the name first if it has a length.
-Id rowType(const std::vector<PlacedColumn>& columns, std::size_t nameLength, std::size_t size) {
+Id nameType(std::size_t length) {
+  Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
+  checked(H5Tset_size(name, length), "lay out table");
+  checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
+  checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
+  return name;
+}
+
+/// A compound type of the placed columns, with the name first if there is one.
+Id rowType(const std::vector<PlacedColumn>& columns, const Id& name, std::size_t size) {
   Id type = own(H5Tcreate(H5T_COMPOUND, size), "lay out table");
-  if (nameLength > 0) {
-    const Id name = own(H5Tcopy(H5T_C_S1), "lay out table");
-    checked(H5Tset_size(name, nameLength), "lay out table");
-    checked(H5Tset_strpad(name, H5T_STR_NULLPAD), "lay out table");
-    checked(H5Tset_cset(name, H5T_CSET_UTF8), "lay out table");
-    checked(H5Tinsert(type, kName, 0, name), "lay out table");
-  }
+  if (name.valid()) checked(H5Tinsert(type, kName, 0, name), "lay out table");
   for (const PlacedColumn& placed : columns) {
     const Id member = columnType(placed.column, placed.width);
     checked(H5Tinsert(type, placed.column.name, placed.fileOffset, member), "lay out table");
@@ -103,9 +106,7 @@ bool widthInFile(hid_t table, const Column& column, std::size_t& width) {
     base = Id(H5Tget_super(member));
     number = base;
   }
-  const H5T_class_t kind = H5Tget_class(number);
-  return (kind == H5T_INTEGER || kind == H5T_FLOAT) && (width > 0) == (column.width > 0) &&
-         width <= column.width;
+  return isStandardNumber(number) && (width > 0) == (column.width > 0) && width <= column.width;
 }
 
 std::size_t longest(const std::vector<std::string>& names) {
@@ -116,7 +117,7 @@ std::size_t longest(const std::vector<std::string>& names) {
 
 }  // namespace
 
-DynamicSize FragmentRow::size() const {
+DynamicSize DataPlace::size() const {
   return DynamicSize(std::vector<std::uint64_t>(shape, shape + rank));
 }
 
@@ -128,9 +129,14 @@ DataExtent FragmentRow::dataExtent() const {
   return result;
 }
 
-void FragmentRow::setSize(const DynamicSize& size) {
+void DataPlace::setSize(const DynamicSize& size) {
   rank = static_cast<std::uint8_t>(std::min(size.rank(), kMostAxes));
   std::copy_n(size.extents().begin(), rank, shape);
+}
+
+void DataPlace::setShift(const std::optional<std::array<double, 3>>& from) {
+  shifted = from ? 1 : 0;
+  if (from) std::copy(from->begin(), from->end(), shift);
 }
 
 void FragmentRow::setExtent(const DataExtent& from) {
@@ -145,8 +151,8 @@ FragmentRow FragmentTable::row(std::size_t i) const {
   auto* out = reinterpret_cast<char*>(&row);
   for (const TableColumn& column : columns_)
     std::memcpy(out + column.rowOffset, in + column.fileOffset, column.bytes);
-  row.rank = std::min<std::uint8_t>(row.rank, FragmentRow::kMostAxes);
-  if (row.lie > Lie::Uniform) row.lie = Lie::Absent;
+  row.data.rank = std::min<std::uint8_t>(row.data.rank, DataPlace::kMostAxes);
+  if (row.data.lie > Lie::Uniform) row.data.lie = Lie::Absent;
   if (row.extent > DataExtent::Kind::Range) row.extent = DataExtent::Kind::None;
   return row;
 }
@@ -177,22 +183,26 @@ void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
       std::memcpy(out + placed.fileOffset, row + placed.column.offset,
                   columnBytes(placed.column, placed.width));
   }
-  if (H5Lexists(field, kTableDataset, H5P_DEFAULT) > 0)
-    checked(H5Ldelete(field, kTableDataset, H5P_DEFAULT), "replace table");
-  writeList(field, kTableDataset, rowType(columns, nameLength, size), bytes.data(), rows.size(),
-            true);
+  if (hasLink(field, kTableDataset)) removeLink(field, kTableDataset);
+  const Id name = nameLength > 0 ? nameType(nameLength) : Id();
+  writeList(field, kTableDataset, rowType(columns, name, size), bytes.data(), rows.size(), true);
 }
 
 FragmentTable readTable(Q8File& file, hid_t field) {
   FragmentTable table;
-  if (H5Lexists(field, kTableDataset, H5P_DEFAULT) <= 0) return table;
-  const Id dataset = own(H5Dopen2(field, kTableDataset, H5P_DEFAULT), "open table");
+  if (!hasLink(field, kTableDataset)) return table;
+  const Id dataset = openDataset(field, kTableDataset);
   const Id fileRow = own(H5Dget_type(dataset), "read table");
   const DatasetShape shape = shapeOf(file, dataset, kTableDataset);
-  if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) fail("read table");
+  const auto refuse = [&file] {
+    throw StorageError(file.state().shownName, "read a table of fragments",
+                       "it is laid out otherwise");
+  };
+  if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) refuse();
+  Id name;
   if (const int index = H5Tget_member_index(fileRow, kName); index >= 0) {
-    const Id name(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
-    if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) fail("read table");
+    name = Id(H5Tget_member_type(fileRow, static_cast<unsigned>(index)));
+    if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) refuse();
     table.nameBytes_ = H5Tget_size(name);
   }
   std::vector<PlacedColumn> columns;
@@ -205,8 +215,8 @@ FragmentTable readTable(Q8File& file, hid_t field) {
     table.rowBytes_ += columnBytes(column, width);
   }
   // A file's row may be padded, but not made of nothing: that would let few bytes claim many rows.
-  if (columns.empty() || table.rowBytes_ > 4 * shape.numberSize) fail("read table");
-  const Id type = rowType(columns, table.nameBytes_, table.rowBytes_);
+  if (columns.empty() || table.rowBytes_ > 16 * shape.numberSize) refuse();
+  const Id type = rowType(columns, name, table.rowBytes_);
   table.bytes_.resize(shape.numbers * table.rowBytes_);
   if (shape.numbers > 0)
     checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.bytes_.data()),

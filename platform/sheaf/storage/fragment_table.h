@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,34 +20,42 @@ enum class Lie : std::uint8_t {
   Uniform = 4,  ///< a group named after the fragment, with the parameters of a uniform grid
 };
 
+/// Where and in what form the data of a fragment lies: what it takes to read it.
+struct DataPlace {
+  static constexpr std::size_t kMostAxes = 4;
+
+  std::uint64_t shape[kMostAxes] = {};
+  std::uint64_t offset = 0;  ///< first element in "@packed"
+  double shift[3] = {};      ///< to be added to the components
+  std::uint8_t rank = 0;
+  Lie lie = Lie::Absent;
+  std::uint8_t shifted = 0;  ///< whether `shift` holds
+
+  DynamicSize size() const;
+  void setSize(const DynamicSize& size);
+  void setShift(const std::optional<std::array<double, 3>>& from);
+};
+
 /// One row of a field's table "@fragments".
 struct FragmentRow {
   static constexpr std::int64_t kUndivided = -1;
-  static constexpr std::size_t kMostAxes = 4;
 
   std::int64_t number = kUndivided;  ///< of the fragment's identifier
-  std::uint64_t shape[kMostAxes] = {};
-  std::uint64_t offset = 0;          ///< first element in "@packed"
+  DataPlace data;
   double minimum[3] = {};
   double maximum[3] = {};
-  double shift[3] = {};
   double cellSize = 0.0;
   std::uint64_t location[3] = {};
   std::uint64_t lowerOverlap[3] = {};
   std::uint64_t upperOverlap[3] = {};
-  std::uint8_t rank = 0;
-  Lie lie = Lie::Absent;
   DataExtent::Kind extent = DataExtent::Kind::None;
-  std::uint8_t shifted = 0;
-  std::uint8_t properties = 0;       ///< bits 0, 1, 2: location, lower and upper overlap are there
-  std::uint8_t attributes = 0;       ///< bits, as below
+  std::uint8_t properties = 0;  ///< bits 0, 1, 2: location, lower and upper overlap are there
+  std::uint8_t attributes = 0;  ///< bits, as below
 
   static constexpr std::uint8_t kAttributesOnObject = 1;  ///< the fragment's object carries more
-  static constexpr std::uint8_t kCellSizeInTable = 2;     ///< `cellSize` is the attribute "CellSize"
+  static constexpr std::uint8_t kCellSizeInTable = 2;  ///< `cellSize` is the attribute "CellSize"
 
-  DynamicSize size() const;
   DataExtent dataExtent() const;
-  void setSize(const DynamicSize& size);
   void setExtent(const DataExtent& extent);
 };
 
@@ -56,7 +66,8 @@ struct TableColumn {
   std::size_t bytes;
 };
 
-/// The table of a field as the file holds it, which is compact: a row takes its full form on request.
+/// The table of a field as the file holds it, which is compact: a row takes its full form on
+/// request.
 class FragmentTable {
  public:
   std::size_t size() const { return rowBytes_ == 0 ? 0 : bytes_.size() / rowBytes_; }
@@ -78,7 +89,8 @@ class FragmentTable {
 
 /// Writes `rows` as dataset "@fragments" of a field's group, in place of a former one. Columns that
 /// say nothing in any row are left out. The caller holds the lock.
-/// \param names the links of the rows' fragments; empty if a lattice tells them. \throw StorageError
+/// \param names the links of the rows' fragments; empty if a lattice tells them. \throw
+/// StorageError
 void writeTable(hid_t field, const std::vector<FragmentRow>& rows,
                 const std::vector<std::string>& names);
 

@@ -5,11 +5,38 @@
 namespace Quilt::Storage {
 namespace {
 
-bool hasLink(hid_t parent, const std::string& link) {
-  return H5Lexists(parent, link.c_str(), H5P_DEFAULT) > 0;
+/// Properties that are made once and never released.
+hid_t accessWithoutWriting(hid_t propertyClass) {
+  Id properties = own(H5Pcreate(propertyClass), "prepare to open");
+  checked(H5Pset_elink_acc_flags(properties, H5F_ACC_RDONLY), "prepare to open");
+  return properties.release();
+}
+
+hid_t groupAccess() {
+  static const hid_t properties = accessWithoutWriting(H5P_GROUP_ACCESS);
+  return properties;
+}
+
+hid_t datasetAccess() {
+  static const hid_t properties = accessWithoutWriting(H5P_DATASET_ACCESS);
+  return properties;
+}
+
+hid_t linkAccess() {
+  static const hid_t properties = accessWithoutWriting(H5P_LINK_ACCESS);
+  return properties;
 }
 
 }  // namespace
+
+hid_t linkProperties() {
+  static const hid_t properties = [] {
+    Id made = own(H5Pcreate(H5P_LINK_CREATE), "prepare to create");
+    checked(H5Pset_char_encoding(made, H5T_CSET_UTF8), "prepare to create");
+    return made.release();
+  }();
+  return properties;
+}
 
 std::string joined(const LinkPath& path) {
   std::string text;
@@ -27,39 +54,92 @@ LinkPath splitPath(const std::string& text) {
   return links;
 }
 
+LinkPath below(LinkPath path, const std::string& link) {
+  path.push_back(link);
+  return path;
+}
+
+bool hasLink(hid_t parent, const std::string& link) {
+  return H5Lexists(parent, link.c_str(), H5P_DEFAULT) > 0;
+}
+
+bool leadsSomewhere(hid_t parent, const std::string& link) {
+  return H5Oexists_by_name(parent, link.c_str(), linkAccess()) > 0;
+}
+
+std::optional<std::pair<std::string, std::string>> externalTarget(hid_t parent,
+                                                                  const std::string& link) {
+  H5L_info_t info;
+  if (H5Lget_info(parent, link.c_str(), &info, H5P_DEFAULT) < 0 || info.type != H5L_TYPE_EXTERNAL)
+    return std::nullopt;
+  std::vector<char> value(info.u.val_size);
+  const char* file = nullptr;
+  const char* object = nullptr;
+  if (H5Lget_val(parent, link.c_str(), value.data(), value.size(), H5P_DEFAULT) < 0 ||
+      H5Lunpack_elink_val(value.data(), value.size(), nullptr, &file, &object) < 0)
+    return std::nullopt;
+  return std::pair(std::string(file), std::string(object));
+}
+
+void removeLink(hid_t parent, const std::string& link) {
+  checked(H5Ldelete(parent, link.c_str(), H5P_DEFAULT), "replace", link);
+}
+
+Id openGroup(hid_t parent, const std::string& path) {
+  return own(H5Gopen2(parent, path.c_str(), groupAccess()), "open group", path);
+}
+
+Id openDataset(hid_t parent, const std::string& path) {
+  return own(H5Dopen2(parent, path.c_str(), datasetAccess()), "open dataset", path);
+}
+
+Id openObject(hid_t parent, const std::string& path) {
+  return own(H5Oopen(parent, path.c_str(), linkAccess()), "open", path);
+}
+
+Id tryOpenGroup(hid_t parent, const std::string& path) {
+  Id group(H5Gopen2(parent, path.c_str(), groupAccess()));
+  if (!group.valid()) H5Eclear2(H5E_DEFAULT);
+  return group;
+}
+
 Id createGroup(hid_t parent, const std::string& name) {
   const Id properties = own(H5Pcreate(H5P_GROUP_CREATE), "create group", name);
   checked(H5Pset_obj_track_times(properties, false), "create group", name);
-  return own(H5Gcreate2(parent, name.c_str(), H5P_DEFAULT, properties, H5P_DEFAULT),
+  return own(H5Gcreate2(parent, name.c_str(), linkProperties(), properties, H5P_DEFAULT),
              "create group", name);
 }
 
 Id makeGroup(Q8File& file, const LinkPath& path) {
-  Id group = own(H5Gopen2(file.id(), "/", H5P_DEFAULT), "open group", "/");
+  Id group = openGroup(file.id(), "/");
   for (const std::string& link : path)
-    group = hasLink(group, link)
-                ? own(H5Gopen2(group, link.c_str(), H5P_DEFAULT), "open group", joined(path))
-                : createGroup(group, link);
+    group = hasLink(group, link) ? openGroup(group, link) : createGroup(group, link);
   return group;
 }
 
 Id findGroup(Q8File& file, const LinkPath& path) {
-  Id group = own(H5Gopen2(file.id(), "/", H5P_DEFAULT), "open group", "/");
+  Id group = openGroup(file.id(), "/");
   for (const std::string& link : path) {
     if (!hasLink(group, link)) return {};
-    group = own(H5Gopen2(group, link.c_str(), H5P_DEFAULT), "open group", joined(path));
+    group = openGroup(group, link);
   }
   return group;
 }
 
-std::vector<std::string> childLinks(hid_t group) {
+std::vector<std::string> allLinks(hid_t group) {
   std::vector<std::string> links;
   hsize_t position = 0;
   const auto visit = [](hid_t, const char* name, const H5L_info_t*, void* list) -> herr_t {
-    if (name[0] != '@') static_cast<std::vector<std::string>*>(list)->emplace_back(name);
+    static_cast<std::vector<std::string>*>(list)->emplace_back(name);
     return 0;
   };
   checked(H5Literate(group, H5_INDEX_NAME, H5_ITER_INC, &position, visit, &links), "list group");
+  return links;
+}
+
+std::vector<std::string> childLinks(hid_t group) {
+  std::vector<std::string> links = allLinks(group);
+  std::erase_if(links, [](const std::string& link) { return link[0] == '@'; });
   return links;
 }
 

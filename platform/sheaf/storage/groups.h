@@ -1,10 +1,16 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "recast/sheaf/storage/q8_file.h"
 
+/// Groups and the links between objects. In all functions the caller holds the lock.
+///
+/// Whatever lies in another file, behind an external link, is opened for reading only: files are
+/// written through the `Q8File` that writes them, never past their owner.
 namespace Quilt::Storage {
 
 /// The links from the root group to an object, each as it stands in the file.
@@ -14,16 +20,36 @@ using LinkPath = std::vector<std::string>;
 std::string joined(const LinkPath& path);
 /// The links of "/a/b"; empty pieces are left out.
 LinkPath splitPath(const std::string& text);
+/// `path` with one more link.
+LinkPath below(LinkPath path, const std::string& link);
 
-/// The group at `path`, made with all above it where missing. The caller holds the lock.
-/// \throw StorageError
+/// HDF5's properties for links whose names are UTF-8.
+hid_t linkProperties();
+
+bool hasLink(hid_t parent, const std::string& link);
+/// Whether a link leads to an object; one to a file that isn't there doesn't.
+bool leadsSomewhere(hid_t parent, const std::string& link);
+/// File and path behind an external link, as they stand in it; none for any other link.
+std::optional<std::pair<std::string, std::string>> externalTarget(hid_t parent,
+                                                                  const std::string& link);
+void removeLink(hid_t parent, const std::string& link);
+
+/// Open what a path below `parent` leads to. \throw StorageError
+Id openGroup(hid_t parent, const std::string& path);
+Id openDataset(hid_t parent, const std::string& path);
+Id openObject(hid_t parent, const std::string& path);
+/// The same for a group; not valid if there is no group.
+Id tryOpenGroup(hid_t parent, const std::string& path);
+
+/// The group at `path`, made with all above it where missing. \throw StorageError
 Id makeGroup(Q8File& file, const LinkPath& path);
-/// A new group `name` below `parent`. The caller holds the lock. \throw StorageError
+/// A new group `name` below `parent`. \throw StorageError
 Id createGroup(hid_t parent, const std::string& name);
-/// The group at `path`, not valid if there is none. The caller holds the lock. \throw StorageError
+/// The group at `path`, not valid if there is none. \throw StorageError
 Id findGroup(Q8File& file, const LinkPath& path);
-/// The links of a group that are not our own, in the order of their names. The caller holds the lock.
-/// \throw StorageError
+/// The links of a group, in the order of their names. \throw StorageError
+std::vector<std::string> allLinks(hid_t group);
+/// Those that are not our own.
 std::vector<std::string> childLinks(hid_t group);
 
 }  // namespace Quilt::Storage

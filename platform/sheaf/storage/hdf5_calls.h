@@ -1,9 +1,9 @@
 #pragma once
 
-#include <hdf5.h>
-
 #include <string>
 #include <utility>
+
+#include <hdf5.h>
 
 #include "recast/sheaf/storage/file_driver.h"
 #include "recast/sheaf/storage_error.h"
@@ -11,8 +11,9 @@
 /// HDF5 behind one lock and with checked results. No header outside this folder includes it.
 namespace Quilt::Storage {
 
-/// Holds the one lock around all HDF5 calls of the process, which the library needs as packaged, and
-/// names the file that errors are told of. May be nested.
+/// Holds the one lock around all HDF5 calls of the process, which the library needs as packaged,
+/// and names the file that errors are told of. Meanwhile HDF5 prints no errors of its own. May be
+/// nested.
 class Hdf5Lock {
  public:
   explicit Hdf5Lock(const FileState& file);
@@ -22,11 +23,16 @@ class Hdf5Lock {
 
  private:
   const FileState* outer_;
+  H5E_auto2_t print_ = nullptr;
+  void* printData_ = nullptr;
 };
 
-/// Throws `StorageError` for the file of the innermost lock, with the system's reason if there is one
-/// and else HDF5's own.
+/// Throws `StorageError` for the file of the innermost lock, with the system's reason if there is
+/// one and else HDF5's own.
 [[noreturn]] void fail(const std::string& operation);
+
+/// The name of the file of the innermost lock.
+std::string lockedFileName();
 
 /// The result of an HDF5 call, if it isn't negative.
 /// \throw StorageError saying that `operation` failed.
@@ -36,7 +42,7 @@ Result checked(Result result, const char* operation, const std::string& object =
   return result;
 }
 
-/// Owns an HDF5 identifier.
+/// Owns an HDF5 identifier. It may go with or without the lock held, as an exception leaves it.
 class Id {
  public:
   Id() = default;
@@ -48,13 +54,17 @@ class Id {
     return *this;
   }
   ~Id() {
-    if (id_ >= 0) H5Idec_ref(id_);
+    if (id_ >= 0) close(id_);
   }
 
   operator hid_t() const { return id_; }
   bool valid() const { return id_ >= 0; }
+  /// The identifier, no longer owned.
+  hid_t release() { return std::exchange(id_, H5I_INVALID_HID); }
 
  private:
+  static void close(hid_t id) noexcept;
+
   hid_t id_ = H5I_INVALID_HID;
 };
 

@@ -1,6 +1,6 @@
 #include "recast/sheaf/storage/link_names.h"
 
-#include <cstdlib>
+#include <charconv>
 
 namespace Quilt::Storage {
 namespace {
@@ -50,6 +50,11 @@ std::string unescapedName(const std::string& link) {
   return name;
 }
 
-std::string timeName(double time) { return std::to_string(time); }
+std::string timeName(double time) {
+  // As by "%f" in the "C" locale, whatever the host has set; the longest double has 317 characters.
+  char text[352];
+  const auto end = std::to_chars(text, text + sizeof text, time, std::chars_format::fixed, 6).ptr;
+  return {text, end};
+}
 
 }  // namespace Quilt::Storage

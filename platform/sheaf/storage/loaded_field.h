@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "recast/meadow/field.h"
@@ -7,21 +8,45 @@
 
 namespace Quilt::Storage {
 
+/// How the numbers of a file's fragments become those of the bundle's identifiers.
+class FragmentNumbers {
+ public:
+  /// They are the same.
+  FragmentNumbers() = default;
+  /// Number i of the file is `inBundle[i]`.
+  explicit FragmentNumbers(std::vector<std::uint32_t> inBundle) : inBundle_(std::move(inBundle)) {}
+
+  /// \pre the file's table numbers a fragment so.
+  std::uint32_t operator()(std::int64_t inFile) const {
+    return inBundle_ ? (*inBundle_)[static_cast<std::size_t>(inFile)]
+                     : static_cast<std::uint32_t>(inFile);
+  }
+
+ private:
+  std::optional<std::vector<std::uint32_t>> inBundle_;
+};
+
 /// What a file holds of one field: makes the fragments' creators when they are asked for.
 class LoadedField : public FieldSource {
  public:
   /// \param fragments the field's identifiers, which name the fragments' data.
-  /// \param numbers the number in `fragments` for each number in the file; empty if they are the same.
+  /// \param table its numbers are within those that `numbers` takes.
   /// \param former what other files hold of the field; theirs comes first. May be null.
-  /// \throw std::out_of_range if the table numbers fragments that there aren't.
   LoadedField(const Larder::StrongPtr<FieldPlace>& place,
-              const Larder::StrongPtr<FragmentIDCollection>& fragments,
-              FragmentTable table, const std::vector<std::uint32_t>& numbers,
-              const Larder::StrongPtr<FieldSource>& former);
+              const Larder::StrongPtr<FragmentIDCollection>& fragments, FragmentTable table,
+              const FragmentNumbers& numbers, const Larder::StrongPtr<FieldSource>& former);
 
   CreatorHandle makeCreator(std::uint32_t number) override;
   CreatorHandle makeWholeCreator() override;
   bool holds(std::uint32_t number) const override;
+
+  const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
+  const Larder::StrongPtr<FieldSource>& former() const { return former_; }
+  /// The file's row of the fragment of that number in the bundle, or of the undivided data for
+  /// `FragmentRow::kUndivided`; nothing if the file has no such data.
+  std::optional<FragmentRow> rowOf(std::int64_t number) const;
+  /// Whether the data of that number comes from this file and not from a former one.
+  bool supplies(std::int64_t number) const;
 
  private:
   CreatorHandle creatorFor(const FragmentRow& row, const FragmentID* fragment) const;
@@ -33,7 +58,7 @@ class LoadedField : public FieldSource {
   Larder::StrongPtr<FieldSource> former_;
   FragmentTable table_;
   std::vector<std::uint32_t> rowOf_;  // by running number: the row's place + 1, 0 for none
-  std::int64_t undivided_ = -1;       // the row of the undivided data
+  std::uint32_t undivided_ = 0;       // the same for the undivided data
 };
 
 }  // namespace Quilt::Storage

@@ -3,8 +3,15 @@
 #include <algorithm>
 
 #include "recast/sheaf/storage/format_names.h"
+#include "recast/sheaf/storage/groups.h"
 
 namespace Quilt::Storage {
+namespace {
+
+/// A chunk is held in memory while it fills.
+constexpr std::size_t kMostChunkBytes = std::size_t{64} << 20;
+
+}  // namespace
 
 PackedDataset::PackedDataset(Q8File& file, const std::string& group, const ElementLayout& layout,
                              const FilterSettings& filter, std::size_t chunkBytes, bool single)
@@ -16,39 +23,50 @@ PackedDataset::PackedDataset(Q8File& file, const std::string& group, const Eleme
       elementBytes_(numberBytes_ * layout.components),
       chunkElements_(std::max<std::size_t>(1, chunkBytes / elementBytes_)) {
   const Hdf5Lock lock(file_.state());
-  const Id parent = own(H5Gopen2(file_.id(), group.c_str(), H5P_DEFAULT), "open group", group);
-  if (H5Lexists(parent, kPackedDataset, H5P_DEFAULT) > 0)
-    openPresent(group + "/" + kPackedDataset);
+  const Id parent = openGroup(file_.id(), group);
+  if (hasLink(parent, kPackedDataset))
+    usable_ = openPresent(group + "/" + kPackedDataset);
   else
     create(group);
 }
 
-void PackedDataset::openPresent(const std::string& path) {
-  dataset_ = own(H5Dopen2(file_.id(), path.c_str(), H5P_DEFAULT), "open dataset", path);
+/// \return whether the dataset is laid out as `create` does it, in either precision.
+bool PackedDataset::openPresent(const std::string& path) {
+  dataset_ = openDataset(file_.id(), path);
   const DatasetShape shape = shapeOf(file_, dataset_, path);
-  const Id properties = own(H5Dget_create_plist(dataset_), "open dataset", path);
-  hsize_t chunk[2] = {0, 0};
-  const int rank = H5Pget_chunk(properties, 2, chunk);
-  single_ = shape.numberSize < layout_.componentSize;
+  const Id type = own(H5Dget_type(dataset_), "open dataset", path);
+  single_ = H5Tequal(type, H5T_IEEE_F32LE) > 0 && layout_.memoryType == H5T_NATIVE_DOUBLE;
   numberBytes_ = single_ ? sizeof(float) : layout_.componentSize;
   elementBytes_ = numberBytes_ * layout_.components;
-  if (rank != static_cast<int>(shape.axes.size()) || shape.numberSize != numberBytes_ ||
-      shape.numbers != shape.axes[0] * layout_.components)
-    throw StorageError(file_.state().shownName, "extend " + path, "it is laid out otherwise");
-  chunkElements_ = chunk[0];
+  const Id properties = own(H5Dget_create_plist(dataset_), "open dataset", path);
+  const bool filtered = H5Pget_nfilters(properties) > 0;
+  const std::size_t rank = layout_.components > 1 ? 2 : 1;
+  if (H5Tequal(type, fileType(layout_.memoryType, single_)) <= 0 || shape.axes.size() != rank ||
+      shape.chunk.size() != rank || (filtered && !shape.shuffleDeflate))
+    return false;
+  if (rank == 2 && (shape.axes[1] != layout_.components || shape.chunk[1] != layout_.components))
+    return false;
+  const Id space = own(H5Dget_space(dataset_), "open dataset", path);
+  hsize_t most[2] = {0, 0};
+  H5Sget_simple_extent_dims(space, nullptr, most);
+  if (most[0] != H5S_UNLIMITED || shape.chunk[0] > kMostChunkBytes / elementBytes_) return false;
+  chunkElements_ = shape.chunk[0];
   elements_ = inFile_ = shape.axes[0];
-  const int filters = H5Pget_nfilters(properties);
-  if (filters == 0) filter_.level = 0;
-  else if (filter_.level == 0) filter_.level = 1;
-  // The elements of the unfinished chunk are written again with those that follow.
+  filter_.level = filtered ? std::max(1, filter_.level) : 0;
+  readUnfinishedChunk(path);
+  return true;
+}
+
+/// The elements of the last chunk, if it isn't full, are written again with those that follow.
+void PackedDataset::readUnfinishedChunk(const std::string& path) {
   const std::uint64_t started = elements_ % chunkElements_;
-  pending_.resize(started * elementBytes_);
   if (started == 0) return;
+  pending_.resize(started * elementBytes_);
   const hsize_t start[] = {elements_ - started, 0};
   const hsize_t size[] = {started, layout_.components};
   const Id space = own(H5Dget_space(dataset_), "read dataset", path);
-  checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, start, nullptr, size, nullptr),
-          "read dataset", path);
+  checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, start, nullptr, size, nullptr), "read dataset",
+          path);
   const hsize_t numbers = started * layout_.components;
   const Id memory = own(H5Screate_simple(1, &numbers, nullptr), "read dataset", path);
   checked(H5Dread(dataset_, single_ ? H5T_NATIVE_FLOAT : layout_.memoryType, memory, space,
@@ -73,7 +91,7 @@ void PackedDataset::create(const std::string& group) {
             "lay out", path);
   }
   dataset_ = own(H5Dcreate2(file_.id(), path.c_str(), fileType(layout_.memoryType, single_), space,
-                            H5P_DEFAULT, properties, H5P_DEFAULT),
+                            linkProperties(), properties, H5P_DEFAULT),
                  "create dataset", path);
 }
 

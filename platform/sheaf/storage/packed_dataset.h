@@ -12,12 +12,14 @@ namespace Quilt::Storage {
 /// elements stand one behind the other, written a whole chunk at a time.
 class PackedDataset {
  public:
-  /// Opens the dataset below the group of that path, or notes how to make it.
+  /// Opens the dataset below the group of that path, or makes it.
   /// \param single stores the doubles of the field as floats.
   PackedDataset(Q8File& file, const std::string& group, const ElementLayout& layout,
                 const FilterSettings& filter, std::size_t chunkBytes, bool single);
 
-  bool single() const { return single_; }
+  /// Whether numbers of that precision can be added. All of a dataset has one, and one that another
+  /// program laid out may take none.
+  bool takes(bool single) const { return usable_ && single_ == single; }
   /// Elements so far.
   std::uint64_t elements() const { return elements_; }
   /// Elements that are in the file; those behind are still held here.
@@ -28,7 +30,8 @@ class PackedDataset {
   void flush();
 
  private:
-  void openPresent(const std::string& path);
+  bool openPresent(const std::string& path);
+  void readUnfinishedChunk(const std::string& path);
   void create(const std::string& group);
   void writeChunk(std::uint64_t index, std::span<const std::byte> bytes);
 
@@ -36,6 +39,7 @@ class PackedDataset {
   ElementLayout layout_;
   FilterSettings filter_;
   bool single_;
+  bool usable_ = true;
   std::size_t numberBytes_;
   std::size_t elementBytes_;
   std::size_t chunkElements_;

@@ -1,16 +1,16 @@
 #include "recast/sheaf/storage/partial_file.h"
 
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <vector>
 
 #include "recast/sheaf/storage/file_size_signal.h"
 #include "recast/sheaf/storage_error.h"
@@ -53,7 +53,8 @@ PartialFile::PartialFile(const std::string& target, bool copyTarget)
   struct stat status {};
   const bool exists = stat(target_.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode))
-    throw StorageError(shownName_, "create", "there is something of that name that is no file");
+    throw StorageError(shownName_, "create",
+                       S_ISDIR(status.st_mode) ? "it is a folder" : "it is no file but a device");
   if (copyTarget && !exists) failWith(shownName_, "open", ENOENT);
   if (exists && access(target_.c_str(), W_OK) != 0) failWith(shownName_, "write", errno);
   lock();
@@ -74,7 +75,7 @@ PartialFile::~PartialFile() {
 
 void PartialFile::lock() {
   for (;;) {
-    descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (descriptor_ < 0) failWith(shownName_, "create", errno);
     if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
       close(descriptor_);
@@ -108,8 +109,8 @@ void PartialFile::copyContent() {
     if (got < 0) failWith(shownName_, "read", errno);
     if (got == 0) return;
     for (ssize_t done = 0; done < got;) {
-      const ssize_t put = write(descriptor_, buffer.data() + done,
-                                static_cast<std::size_t>(got - done));
+      const ssize_t put =
+          write(descriptor_, buffer.data() + done, static_cast<std::size_t>(got - done));
       if (put < 0 && errno == EINTR) continue;
       if (put < 0) failWith(shownName_, "copy", errno);
       done += put;
@@ -117,8 +118,16 @@ void PartialFile::copyContent() {
   }
 }
 
-void PartialFile::putInPlace() {
+void PartialFile::startBringing() const {
+  // Only a hint: what it can't begin, `bringToDisk` does.
+  static_cast<void>(sync_file_range(descriptor_, 0, 0, SYNC_FILE_RANGE_WRITE));
+}
+
+void PartialFile::bringToDisk() {
   if (fsync(descriptor_) != 0) failWith(shownName_, "write", errno);
+}
+
+void PartialFile::putInPlace() {
   if (rename(path_.c_str(), target_.c_str()) != 0) failWith(shownName_, "replace", errno);
   inPlace_ = true;
   syncFolder(target_);

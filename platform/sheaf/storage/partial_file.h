@@ -6,14 +6,14 @@ namespace Quilt::Storage {
 
 /// A file that is written beside its target and takes the target's place in one step.
 ///
-/// The file is called `<target>.partial`; a lock on it keeps a second writer of the same target off,
-/// and ends with the process. A leftover of a killed process is replaced.
+/// The file is called `<target>.partial`; a lock on it keeps a second writer of the same target
+/// off, and ends with the process. A leftover of a killed process is replaced.
 class PartialFile {
  public:
-  /// Makes the empty file, or with `copyTarget` one with the content of the target (sharing its blocks
-  /// where the file system can).
-  /// \throw StorageError if the name is empty or no file, the folder is missing or can't be written,
-  /// another writer is at work, or there is no target to copy.
+  /// Makes the empty file, or with `copyTarget` one with the content of the target (sharing its
+  /// blocks where the file system can). \throw StorageError if the name is empty or no file, the
+  /// folder is missing or can't be written, another writer is at work, or there is no target to
+  /// copy.
   PartialFile(const std::string& target, bool copyTarget);
   /// Removes the file unless it was put in place.
   ~PartialFile();
@@ -22,7 +22,12 @@ class PartialFile {
 
   const std::string& path() const { return path_; }
   const std::string& target() const { return target_; }
-  /// Brings the content to the disk and puts the file in the target's place. \throw StorageError
+  /// Lets the system begin to write to the disk what the file holds so far, so that `bringToDisk`
+  /// has less to wait for.
+  void startBringing() const;
+  /// Waits until the content is on the disk. \throw StorageError
+  void bringToDisk();
+  /// Puts the file, whose content is on the disk, in the target's place. \throw StorageError
   void putInPlace();
 
  private:

@@ -1,11 +1,13 @@
 #include "recast/sheaf/storage/q8_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Quilt::Storage {
 namespace {
 
-Id accessProperties(FileState& state) {
+Id accessProperties(const std::shared_ptr<FileState>& state) {
   Id properties = own(H5Pcreate(H5P_FILE_ACCESS), "prepare to open");
   useFileDriver(properties, state);
   // The 1.10 format: all its metadata carries checksums, so that damage is found when it is read.
@@ -17,73 +19,88 @@ Id accessProperties(FileState& state) {
 
 Id creationProperties() {
   Id properties = own(H5Pcreate(H5P_FILE_CREATE), "prepare to create");
-  checked(H5Pset_link_creation_order(properties, H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED),
-          "prepare to create");
+  // The same content makes the same bytes, whenever it is written.
+  checked(H5Pset_obj_track_times(properties, false), "prepare to create");
   return properties;
+}
+
+/// Refuses what HDF5 can't be trusted with, with a reason that it would not give.
+void requireForm(const std::string& path, const std::string& shownName) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return;  // the reason comes when the file is opened
+  struct stat status {};
+  const bool isFile = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  const FileForm form = isFile ? formOfFile(descriptor) : FileForm::Checksummed;
+  ::close(descriptor);
+  if (form == FileForm::Foreign)
+    throw StorageError(shownName, "open", "this is no .q8 file (and no HDF5 file)");
+  if (form == FileForm::Unchecked)
+    throw StorageError(shownName, "open",
+                       "it has HDF5's older form without checksums; write it with libver='v110'");
 }
 
 }  // namespace
 
-Q8File::Q8File(std::string path, std::string shownName, Mode mode) : path_(std::move(path)) {
-  state_.shownName = std::move(shownName);
-  const Hdf5Lock lock(state_);
+Q8File::Q8File(std::string path, std::string shownName, Mode mode)
+    : path_(std::move(path)), state_(std::make_shared<FileState>()) {
+  state_->shownName = std::move(shownName);
+  const Hdf5Lock lock(*state_);
   id_ = open(mode);
-  rememberIdentity();
+  identity_ = identityOnDisk();
 }
 
-Q8File::~Q8File() { abandon(); }
+Q8File::~Q8File() {
+  abandon();
+}
 
 Id Q8File::open(Mode mode) {
+  if (mode != Mode::Create) requireForm(path_, state_->shownName);
   const Id access = accessProperties(state_);
   if (mode == Mode::Create)
     return own(H5Fcreate(path_.c_str(), H5F_ACC_TRUNC, creationProperties(), access), "create");
-  return own(
-      H5Fopen(path_.c_str(), mode == Mode::Change ? H5F_ACC_RDWR : H5F_ACC_RDONLY, access),
-      "open");
+  return own(H5Fopen(path_.c_str(), mode == Mode::Change ? H5F_ACC_RDWR : H5F_ACC_RDONLY, access),
+             "open");
 }
 
-void Q8File::rememberIdentity() {
+Q8File::Identity Q8File::identityOnDisk() const {
   struct stat status {};
-  if (stat(path_.c_str(), &status) != 0) return;
-  device_ = status.st_dev;
-  inode_ = status.st_ino;
+  if (stat(path_.c_str(), &status) != 0) return {};
+  return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
+          status.st_mtim.tv_nsec};
 }
 
 hid_t Q8File::id() {
   if (id_.valid()) return id_;
-  const std::uint64_t device = device_;
-  const std::uint64_t inode = inode_;
-  rememberIdentity();
-  if (device != device_ || inode != inode_) {
-    device_ = device;
-    inode_ = inode;
-    throw StorageError(state_.shownName, "open", "the file was replaced by another one");
-  }
+  if (identityOnDisk() != identity_)
+    throw StorageError(state_->shownName, "open", "the file was replaced by another one");
   id_ = open(Mode::Read);
   return id_;
 }
 
 void Q8File::flush() {
-  const Hdf5Lock lock(state_);
+  const Hdf5Lock lock(*state_);
   checked(H5Fflush(id(), H5F_SCOPE_GLOBAL), "write");
   if (writingFailed()) fail("write");
 }
 
 void Q8File::close() {
+  const Hdf5Lock lock(*state_);
   if (!id_.valid()) return;
   flush();
   abandon();
-  const Hdf5Lock lock(state_);
   if (writingFailed()) fail("close");
+  identity_ = identityOnDisk();
 }
 
 void Q8File::abandon() noexcept {
-  if (!id_.valid()) return;
-  const Hdf5Lock lock(state_);
+  const Hdf5Lock lock(*state_);
   id_ = Id();
   H5Eclear2(H5E_DEFAULT);
 }
 
-void Q8File::movedTo(std::string path) { path_ = std::move(path); }
+void Q8File::movedTo(std::string path) {
+  const Hdf5Lock lock(*state_);
+  path_ = std::move(path);
+}
 
 }  // namespace Quilt::Storage

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "recast/larder/handles.h"
@@ -20,12 +21,12 @@ class Q8File : public Larder::ReferenceBase<Q8File> {
   Q8File(std::string path, std::string shownName, Mode mode);
   ~Q8File() override;
 
-  const FileState& state() const { return state_; }
+  const FileState& state() const { return *state_; }
   const std::string& path() const { return path_; }
   /// The HDF5 identifier; opens the file for reading if it is closed. The caller holds the lock.
   /// \throw StorageError if that fails, or if the path holds another file by now.
   hid_t id();
-  bool writingFailed() const { return state_.systemError.load() != 0; }
+  bool writingFailed() const { return state_->writeError.load() != 0; }
 
   /// Writes what HDF5 holds back. \throw StorageError
   void flush();
@@ -37,14 +38,23 @@ class Q8File : public Larder::ReferenceBase<Q8File> {
   void movedTo(std::string path);
 
  private:
+  /// What tells whether a path still holds the same file.
+  struct Identity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t bytes = 0;
+    std::int64_t seconds = 0;  // of the last change
+    std::int64_t nanoseconds = 0;
+    bool operator==(const Identity&) const = default;
+  };
+
   Id open(Mode mode);
-  void rememberIdentity();
+  Identity identityOnDisk() const;
 
   std::string path_;
-  FileState state_;
+  std::shared_ptr<FileState> state_;
   Id id_;
-  std::uint64_t device_ = 0;
-  std::uint64_t inode_ = 0;
+  Identity identity_;
 };
 
 using FileHandle = Larder::StrongPtr<Q8File>;

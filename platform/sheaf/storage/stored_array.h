@@ -1,10 +1,13 @@
 #pragma once
 
+#include <memory>
+#include <mutex>
 #include <string>
 
 #include "recast/meadow/creative_array.h"
 #include "recast/meadow/fragment_id.h"
 #include "recast/sheaf/storage/fragment_table.h"
+#include "recast/sheaf/storage/packed_reader.h"
 #include "recast/sheaf/storage/q8_file.h"
 
 namespace Quilt::Storage {
@@ -19,23 +22,27 @@ class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
   /// The path of the field's group.
   const std::string& group() const { return group_; }
   const std::string& typeName() const { return typeName_; }
+  /// The reader of the field's packed fragments, made at its first use.
+  PackedReader& packedReader();
 
  private:
   FileHandle file_;
   std::string group_;
   std::string typeName_;
+  std::once_flag readerMade_;
+  std::unique_ptr<PackedReader> reader_;
 };
 
 /// One fragment's array in a file.
 class StoredArray : public StoredFragment {
  public:
   /// \param link the fragment's name below the field's group.
-  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const FragmentRow& row)
-      : place_(place), link_(std::move(link)), row_(row) {}
+  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const DataPlace& data)
+      : place_(place), link_(std::move(link)), data_(data) {}
 
   MemBaseHandle read() override;
-  DynamicSize size() const override { return row_.size(); }
-  const FragmentRow& row() const { return row_; }
+  DynamicSize size() const override { return data_.size(); }
+  const DataPlace& data() const { return data_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 
  private:
@@ -43,10 +50,14 @@ class StoredArray : public StoredFragment {
   MemBaseHandle readPacked() const;
   MemBaseHandle readLists() const;
   MemBaseHandle readUniform() const;
+  [[noreturn]] void damaged() const;
+  /// A new array of the field's type and the fragment's shape.
+  MemBaseHandle emptyArray() const;
+  void addShift(std::byte* numbers, std::size_t count, unsigned components) const;
 
   Larder::StrongPtr<FieldPlace> place_;
   std::string link_;
-  FragmentRow row_;
+  DataPlace data_;
 };
 
 /// The link of a fragment's data below its field's group; the undivided data is called "@data".

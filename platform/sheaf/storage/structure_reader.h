@@ -1,55 +1,44 @@
 #pragma once
 
-#include <map>
+#include <set>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "recast/sheaf/bundle.h"
-#include "recast/sheaf/storage/groups.h"
-#include "recast/sheaf/storage/loaded_field.h"
+#include "recast/sheaf/storage/file_content.h"
 
 namespace Quilt::Storage {
 
-/// Reads what a file tells of its bundle (slices, grids, skeletons, representations, fields and
-/// fragments, no data) into a bundle, which may hold something already.
-///
-/// What the file says is checked before it is used: sizes against the bytes that there are, numbers
-/// against each other.
+/// Reads what a file tells of its bundle: slices, grids, skeletons, representations, fields and
+/// fragments, no data. What the file says is checked: sizes against the bytes that there are,
+/// numbers against each other. The lock is held for one group at a time.
 class StructureReader {
  public:
-  StructureReader(const FileHandle& file, Bundle& bundle) : file_(file), bundle_(bundle) {}
+  explicit StructureReader(Q8File& file) : file_(file) {}
 
-  /// \throw StorageError if the file is none of ours or damaged; the bundle then holds a part of it.
-  void read();
+  /// \throw StorageError if the file is none of ours or damaged
+  FileContent read();
 
  private:
-  /// The identifiers that fields of one representation share.
-  struct Identifiers {
-    Larder::StrongPtr<FragmentIDCollection> collection;
-    std::vector<std::uint32_t> numbers;  // by the file's numbers; empty if they are the same
-  };
-  /// By the name of the field whose table tells them.
-  using Donors = std::map<std::string, Identifiers>;
-
   /// Calls `visit` with link and group of each child of a group, in their order.
   template <class Visit>
-  void forEachChild(hid_t group, Visit visit) const;
-  void readSlice(const LinkPath& path, hid_t group);
-  void readGrid(const LinkPath& path, hid_t group, Grid& grid);
-  void readRepresentation(const LinkPath& path, hid_t group, Representation& representation);
-  void readField(const LinkPath& path, hid_t group, Representation& representation,
-                 const Larder::StrongPtr<FragmentIDCollection>& shared, Donors& donors);
-  Identifiers readIdentifiers(const LinkPath& path, hid_t group, const FragmentTable& table,
-                              const Larder::StrongPtr<FragmentIDCollection>& present) const;
-  std::vector<std::string> fragmentNames(const LinkPath& path, const FragmentTable& table) const;
-  Larder::StrongPtr<FragmentIDCollection> latticeIdentifiers(const LinkPath& path, hid_t group,
-                                                             std::size_t identifiers) const;
-  void attach(const LinkPath& path, const std::string& typeName, Field& field,
-              const FragmentTable& table, const Identifiers& identifiers) const;
+  void forEachChild(const LinkPath& path, hid_t group, Visit visit);
+  bool openChild(const LinkPath& path, hid_t group, const std::string& link, Id& child);
+  void tellLost(hid_t group, const std::string& link) const;
+  AttributeContent attributesOf(hid_t group) const;
+  void readSlice(const LinkPath& path, hid_t group, FileContent& content);
+  GridContent readGrid(const LinkPath& path, hid_t group);
+  SkeletonContent readSkeleton(const LinkPath& path, hid_t group, const SkeletonID& id);
+  RepresentationContent readRepresentation(const LinkPath& path, hid_t group);
+  FieldContent readField(const LinkPath& path, hid_t group) const;
+  IdentifierContent readIdentifiers(const LinkPath& path, hid_t group,
+                                    const FragmentTable& table) const;
+  std::vector<std::string> fragmentNames(const LinkPath& path, const FragmentTable& table,
+                                         std::size_t count) const;
+  void requireNumbers(const FieldContent& field, std::size_t identifiers) const;
   [[noreturn]] void damaged(const LinkPath& path, const std::string& reason) const;
 
-  FileHandle file_;
-  Bundle& bundle_;
+  Q8File& file_;
+  std::set<std::pair<unsigned long, haddr_t>> visited_;  // groups, by file and address
 };
 
 }  // namespace Quilt::Storage

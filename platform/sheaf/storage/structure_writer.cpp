@@ -19,10 +19,36 @@ void takeTriple(const FragmentID& fragment, FragmentRow& row, std::uint64_t (&ta
   for (std::size_t i = 0; i < 3; ++i) target[i] = (*triple)[i];
 }
 
-LinkPath below(LinkPath path, const std::string& link) {
-  path.push_back(link);
-  return path;
+std::int64_t numberOf(const FragmentID* fragment) {
+  return fragment != nullptr ? std::int64_t{fragment->number()} : FragmentRow::kUndivided;
 }
+
+CreatorHandle madeCreator(const Field& field, const FragmentID* fragment) {
+  return fragment != nullptr ? field.madeCreator(fragment->number()) : field.madeWholeCreator();
+}
+
+/// Whether the identifiers are those of a regular lattice and no others.
+bool isLattice(const FragmentIDCollection& fragments) {
+  std::uint64_t places = 0;
+  const DynamicSize& lattice = fragments.latticeSize();
+  return lattice.rank() == 3 && lattice.product(1, places) &&
+         places == fragments.NumberOfFragmentIDs();
+}
+
+/// The attributes of a fragment but for the one that the table holds.
+struct OtherAttributes : Larder::Attributes {
+  explicit OtherAttributes(const CreativeArrayBase& creator, FragmentRow& row) {
+    for (const auto& [name, value] : creator.attributes()) {
+      const auto cellSize = value.castTo<Larder::Chunk<double>>();
+      if (name == kCellSize && cellSize && cellSize->size() == 1) {
+        row.cellSize = (*cellSize)[0];
+        row.attributes = FragmentRow::kCellSizeInTable;
+      } else {
+        setAttribute(name, value);
+      }
+    }
+  }
+};
 
 }  // namespace
 
@@ -43,29 +69,29 @@ void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
 }
 
 void StructureWriter::handOverMissing(const Bundle& bundle) {
-  forEachField(bundle, [this](const Field& field, unsigned long long, Donors&) {
-    handOverMissing(field);
-  });
+  forEachField(bundle,
+               [this](const Field& field, unsigned long long, Donors&) { handOverMissing(field); });
 }
 
 void StructureWriter::handOverMissing(const Field& field) {
-  writer_.drain();  // so that the rows of this field stand still while they are looked at
+  writer_.drain();  // so that what the file holds of this field stands still while it is looked at
+  const auto store = writer_.storeOf(*field.placement(), field);
+  if (const auto fragments = field.getFragmentIDCollection())
+    for (const auto& fragment : fragments->identifiers())
+      if (fragment && !store->holdsDataOf(field, fragment->number())) handOver(field, fragment);
+  if (!store->holdsDataOf(field, FragmentRow::kUndivided)) handOver(field, nullptr);
+}
+
+void StructureWriter::handOver(const Field& field, const Larder::StrongPtr<FragmentID>& fragment) {
   const Placement& place = *field.placement();
-  FieldStore& store = writer_.storeOf(place, field);
-  std::vector<Larder::StrongPtr<FragmentID>> missing;
-  for (const auto& fragment : field.getFragmentIDs())
-    if (fragment && store.row(fragment->number()) == nullptr) missing.push_back(fragment);
-  if (store.row(FragmentRow::kUndivided) == nullptr) missing.emplace_back();
-  for (const auto& fragment : missing) {
-    const CreatorHandle creator = field.getCreator(fragment);
-    if (!creator) continue;
-    const MemBaseHandle array = creator->get();
-    if (!array)
-      throw StorageError(writer_.file()->state().shownName, "write field " + place.FieldName,
-                         "the data of the fragment \"" + (fragment ? fragment->name() : "") +
-                             "\" can't be had");
-    writer_.store(place, field, fragment, creator, array, Larder::Cache::MemCache());
-  }
+  if (!writer_.isWanted(place, field, fragment.rawptr())) return;
+  const CreatorHandle creator = field.getCreator(fragment);
+  if (!creator) return;
+  const MemBaseHandle array = creator->get();
+  if (!array)
+    writer_.refuse(place, "the data of the fragment \"" + (fragment ? fragment->name() : "") +
+                              "\" can't be had");
+  writer_.store(place, field, fragment, creator, array, Larder::Cache::MemCache());
 }
 
 void StructureWriter::writeStructure(const Bundle& bundle) {
@@ -91,7 +117,8 @@ void StructureWriter::writeSlice(double time, const Slice& slice) {
   writeNumbers(group, kTimeAttribute, &time, 1);
   writeAttributes(group, slice);
   unsigned long long index = 0;
-  for (const auto& [id, grid] : slice) writeGrid(below(path, escapedName(id->name())), *grid, index++);
+  for (const auto& [id, grid] : slice)
+    writeGrid(below(path, escapedName(id->name())), *grid, index++);
 }
 
 void StructureWriter::writeGrid(const LinkPath& path, const Grid& grid, unsigned long long index) {
@@ -113,31 +140,35 @@ void StructureWriter::writeGrid(const LinkPath& path, const Grid& grid, unsigned
 }
 
 void StructureWriter::writeField(const Field& field, unsigned long long index, Donors& donors) {
-  const Placement& place = *field.placement();
-  FieldStore& store = writer_.storeOf(place, field);
+  const auto store = writer_.storeOf(*field.placement(), field);
   bool isDonor = false;
   {
-    const Hdf5Lock lock(store.file()->state());
-    isDonor = writeIdentifiers(store.openGroup(), field, donors);
+    const Hdf5Lock lock(store->file()->state());
+    isDonor = writeIdentifiers(store->group(), field, donors);
   }
-  std::vector<std::string> names;
-  const std::vector<FragmentRow> rows = rowsOf(store, field, isDonor, names);
-  const Hdf5Lock lock(store.file()->state());
-  const Id group = store.openGroup();
-  writeText(group, kTypeAttribute, store.typeName());
-  writeNumbers(group, kIndexAttribute, &index, 1);
-  if (const auto box = field.findInterface<Heron::BoundingBox>(); box && !box->empty()) {
-    const auto& [low, high] = box->box();
-    const double corners[] = {low[0], low[1], low[2], high[0], high[1], high[2]};
-    writeNumbers(group, kBoxAttribute, corners, 6);
+  Table table = tableOf(*store, field, isDonor);
+  {
+    const Hdf5Lock lock(store->file()->state());
+    const hid_t group = store->group();
+    writeText(group, kTypeAttribute, store->typeName());
+    writeNumbers(group, kIndexAttribute, &index, 1);
+    removeAttribute(group, kBoxAttribute);
+    if (const auto box = field.findInterface<Heron::BoundingBox>(); box && !box->empty()) {
+      const auto& [low, high] = box->box();
+      const double corners[] = {low[0], low[1], low[2], high[0], high[1], high[2]};
+      writeNumbers(group, kBoxAttribute, corners, 6);
+    }
+    writeAttributes(group, field);
+    store->removeOthers(std::move(table.used));
+    writeTable(group, table.rows, table.names);
+    store->closeGroup();
   }
-  writeAttributes(group, field);
-  writeTable(group, rows, names);
-  writer_.storage_->isSaved(FieldID(place.FieldName));
+  writer_.storage_->isSaved(FieldID(field.placement()->FieldName));
 }
 
-/// Says whose identifiers the field uses. \return whether they are its own, to be told in its table.
 bool StructureWriter::writeIdentifiers(hid_t group, const Field& field, Donors& donors) {
+  for (const char* former : {kIdentifiersAttribute, kLatticeAttribute, kPrefixAttribute})
+    removeAttribute(group, former);
   const auto fragments = field.getFragmentIDCollection();
   if (!fragments) return true;
   const auto [donor, isNew] = donors.try_emplace(fragments.rawptr(), field.placement()->FieldName);
@@ -145,7 +176,8 @@ bool StructureWriter::writeIdentifiers(hid_t group, const Field& field, Donors& 
     writeText(group, kIdentifiersAttribute, donor->second);
     return false;
   }
-  if (const DynamicSize& lattice = fragments->latticeSize(); lattice.rank() == 3) {
+  if (isLattice(*fragments)) {
+    const DynamicSize& lattice = fragments->latticeSize();
     const unsigned long long counts[] = {lattice[0], lattice[1], lattice[2]};
     writeNumbers(group, kLatticeAttribute, counts, 3);
     writeText(group, kPrefixAttribute, fragments->latticePrefix());
@@ -153,70 +185,58 @@ bool StructureWriter::writeIdentifiers(hid_t group, const Field& field, Donors& 
   return true;
 }
 
-std::vector<FragmentRow> StructureWriter::rowsOf(FieldStore& store, const Field& field,
-                                                 bool isDonor, std::vector<std::string>& names) {
-  std::vector<FragmentRow> rows;
+StructureWriter::Table StructureWriter::tableOf(FieldStore& store, const Field& field,
+                                                bool isDonor) {
+  Table table;
   const auto fragments = field.getFragmentIDCollection();
-  const bool named = !fragments || fragments->latticeSize().rank() == 0;
-  const auto add = [&](const FragmentID* fragment, std::int64_t number) {
-    const FragmentRow* known = store.row(number);
-    if (known == nullptr && !(isDonor && fragment != nullptr)) return;
-    FragmentRow row = known != nullptr ? *known : FragmentRow{};
-    row.number = number;
-    finishRow(store, field, fragment, row);
-    rows.push_back(row);
-    if (named) names.push_back(fragmentLink(fragment));
-  };
+  const bool named = !fragments || !isLattice(*fragments);
   if (fragments)
-    for (const auto& fragment : fragments->identifiers()) add(fragment.rawptr(), fragment->number());
-  add(nullptr, FragmentRow::kUndivided);
-  return rows;
+    for (const auto& fragment : fragments->identifiers())
+      addRow(table, store, field, fragment.rawptr(), isDonor, named);
+  addRow(table, store, field, nullptr, isDonor, named);
+  const auto& rows = table.rows;
+  const auto isPacked = [](const FragmentRow& row) { return row.data.lie == Lie::Packed; };
+  if (std::any_of(rows.begin(), rows.end(), isPacked))
+    table.used.insert(table.used.end(), {kPackedDataset, kAttributesGroup});
+  return table;
 }
 
-void StructureWriter::finishRow(FieldStore& store, const Field& field, const FragmentID* fragment,
-                                FragmentRow& row) {
+void StructureWriter::addRow(Table& table, FieldStore& store, const Field& field,
+                             const FragmentID* fragment, bool isDonor, bool named) {
+  const std::int64_t number = numberOf(fragment);
+  const bool hasData = store.holdsDataOf(field, number);
+  if (!hasData && !(isDonor && fragment != nullptr)) return;
+  FragmentRow row = hasData ? *store.rowOf(number) : FragmentRow{};
+  row.number = number;
   if (fragment != nullptr) {
     takeTriple<PlaceInGrid>(*fragment, row, row.location);
     takeTriple<LowerOverlap>(*fragment, row, row.lowerOverlap);
     takeTriple<UpperOverlap>(*fragment, row, row.upperOverlap);
   }
-  const auto creator =
-      fragment != nullptr ? field.madeCreator(fragment->number()) : field.madeWholeCreator();
-  if (!creator || row.lie == Lie::Absent) return;
-  if (row.extent == DataExtent::Kind::None) row.setExtent(creator->extent());
-  writeFragmentAttributes(store, fragment, *creator, row);
+  const std::string link = fragmentLink(fragment);
+  if (const auto creator = madeCreator(field, fragment); hasData && creator) {
+    row.setExtent(creator->extent());
+    writeFragmentAttributes(store, link, *creator, row);
+  }
+  if (hasData && row.data.lie != Lie::Packed) table.used.push_back(link);
+  if (named) table.names.push_back(link);
+  table.rows.push_back(row);
 }
 
-void StructureWriter::writeFragmentAttributes(FieldStore& store, const FragmentID* fragment,
+void StructureWriter::writeFragmentAttributes(FieldStore& store, const std::string& link,
                                               const CreativeArrayBase& creator, FragmentRow& row) {
-  // The one attribute that very many fragments carry stands in the table.
-  row.attributes = 0;
-  struct Others : Larder::Attributes {
-  } others;
-  for (const auto& [name, value] : creator.attributes()) {
-    const auto cellSize = value.castTo<Larder::Chunk<double>>();
-    if (name == kCellSize && cellSize && cellSize->size() == 1) {
-      row.cellSize = (*cellSize)[0];
-      row.attributes = FragmentRow::kCellSizeInTable;
-    } else {
-      others.setAttribute(name, value);
-    }
-  }
-  const bool packed = row.lie == Lie::Packed;
-  if (others.attributes().empty() && (packed || creator.attributes().empty())) return;
+  const bool hadAny = std::exchange(row.attributes, std::uint8_t{0}) != 0;
+  const OtherAttributes others(creator, row);
+  const bool packed = row.data.lie == Lie::Packed;
+  if (!others.attributes().empty()) row.attributes |= FragmentRow::kAttributesOnObject;
+  const bool hasAny = packed ? !others.attributes().empty() : !creator.attributes().empty();
+  if (!hasAny && !hadAny) return;
   const Hdf5Lock lock(store.file()->state());
-  LinkPath path = splitPath(store.groupPath());
-  if (packed) {
-    path.insert(path.end(), {kAttributesGroup, std::to_string(row.number)});
-    writeAttributes(makeGroup(*store.file(), path), others);
-  } else {
-    const std::string object = joined(below(path, fragmentLink(fragment)));
-    // An object of its own shows all its attributes to readers that know nothing of the table.
-    writeAttributes(own(H5Oopen(store.file()->id(), object.c_str(), H5P_DEFAULT), "open", object),
-                    creator);
-  }
-  if (!others.attributes().empty())
-    row.attributes = static_cast<std::uint8_t>(row.attributes | FragmentRow::kAttributesOnObject);
+  if (packed)
+    writeAttributes(makeGroup(*store.file(), below(below(store.path(), kAttributesGroup), link)),
+                    others);
+  else  // an object of its own shows all of them to readers that know nothing of the table
+    writeAttributes(openObject(store.group(), link), creator);
 }
 
 }  // namespace Quilt::Storage

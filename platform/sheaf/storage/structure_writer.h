@@ -22,19 +22,28 @@ class StructureWriter {
   /// Fields of one representation by the identifiers that they share: the first one's name.
   using Donors = std::map<const FragmentIDCollection*, std::string>;
 
+  /// One field's table while it is put together.
+  struct Table {
+    std::vector<FragmentRow> rows;
+    std::vector<std::string>
+        names;                      // the links of the rows' fragments, unless a lattice tells them
+    std::vector<std::string> used;  // links of the field's group
+  };
+
   template <class Visit>
   void forEachField(const Bundle& bundle, Visit visit);
   void handOverMissing(const Field& field);
+  void handOver(const Field& field, const Larder::StrongPtr<FragmentID>& fragment);
   void writeSlice(double time, const Slice& slice);
   void writeGrid(const LinkPath& path, const Grid& grid, unsigned long long index);
   void writeField(const Field& field, unsigned long long index, Donors& donors);
+  /// Says whose identifiers the field uses. \return whether they are its own, to be told in its
+  /// table.
   bool writeIdentifiers(hid_t group, const Field& field, Donors& donors);
-  /// The rows of the field's table, and the links that name their fragments unless a lattice does.
-  std::vector<FragmentRow> rowsOf(FieldStore& store, const Field& field, bool isDonor,
-                                  std::vector<std::string>& names);
-  void finishRow(FieldStore& store, const Field& field, const FragmentID* fragment,
-                 FragmentRow& row);
-  void writeFragmentAttributes(FieldStore& store, const FragmentID* fragment,
+  Table tableOf(FieldStore& store, const Field& field, bool isDonor);
+  void addRow(Table& table, FieldStore& store, const Field& field, const FragmentID* fragment,
+              bool isDonor, bool named);
+  void writeFragmentAttributes(FieldStore& store, const std::string& link,
                                const CreativeArrayBase& creator, FragmentRow& row);
 
   BundleWriter& writer_;

@@ -10,8 +10,8 @@
 
 namespace Quilt::Storage {
 
-/// A few threads that run tasks in the order in which they were given. A task may wait for one given
-/// before it, never for a later one.
+/// A few threads that run tasks in the order in which they were given. A task may wait for one
+/// given before it, never for a later one.
 class WorkPool {
  public:
   explicit WorkPool(std::size_t threads);

@@ -1,0 +1,112 @@
+#include "recast/sheaf/storage/packed_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "recast/sheaf/storage/chunk_reader.h"
+#include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/groups.h"
+
+namespace Quilt::Storage {
+namespace {
+
+/// Bytes of a piece of a dataset that isn't chunked.
+constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
+constexpr std::size_t kKeptPieces = 4;
+
+}  // namespace
+
+void PackedReader::requireElements(std::uint64_t first, std::uint64_t elements) {
+  const std::lock_guard guard(mutex_);
+  const Hdf5Lock lock(file_->state());
+  // The file closes its datasets when it is put in place.
+  const bool open = dataset_.valid() && H5Iis_valid(dataset_) > 0;
+  if (!open || first + elements > shape_.axes[0]) refresh();
+  if (first > shape_.axes[0] || elements > shape_.axes[0] - first)
+    throw StorageError(file_->state().shownName, "read " + path_,
+                       "the table and the data don't agree");
+}
+
+void PackedReader::refresh() {
+  dataset_ = Id();  // a failure leaves the reader as it was at first
+  Id dataset = openDataset(file_->id(), path_);
+  DatasetShape shape = numbersShapeOf(*file_, dataset, path_);
+  const std::size_t rank = layout_.components > 1 ? 2 : 1;
+  if (shape.axes.size() != rank || (rank == 2 && shape.axes[1] != layout_.components))
+    throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+  dataset_ = std::move(dataset);
+  shape_ = std::move(shape);
+}
+
+void PackedReader::read(std::uint64_t first, std::uint64_t elements, std::byte* target) {
+  const std::lock_guard guard(mutex_);
+  const std::size_t elementBytes = layout_.componentSize * layout_.components;
+  while (elements > 0) {
+    const Piece& piece = pieceWith(first);
+    const std::uint64_t taken = std::min(elements, piece.end - first);
+    std::memcpy(target, piece.numbers.data() + (first - piece.first) * elementBytes,
+                taken * elementBytes);
+    target += taken * elementBytes;
+    first += taken;
+    elements -= taken;
+  }
+}
+
+const PackedReader::Piece& PackedReader::pieceWith(std::uint64_t element) {
+  auto found = std::find_if(pieces_.begin(), pieces_.end(),
+                            [element](const Piece& piece) { return piece.holds(element); });
+  if (found == pieces_.end()) {
+    if (pieces_.size() < kKeptPieces) pieces_.emplace_back();
+    found = std::prev(pieces_.end());  // the one that was not used for longest
+    const std::size_t elementBytes = layout_.componentSize * layout_.components;
+    const std::uint64_t perPiece =
+        shape_.chunk.empty() ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
+                             : shape_.chunk[0];
+    load(*found, element / perPiece * perPiece, perPiece);
+  }
+  std::rotate(pieces_.begin(), found, std::next(found));
+  return pieces_.front();
+}
+
+void PackedReader::load(Piece& piece, std::uint64_t first, std::uint64_t elements) {
+  piece.first = piece.end = 0;
+  // What stands behind the end is not kept: it may be written later.
+  const std::uint64_t end = std::min(first + elements, std::uint64_t{shape_.axes[0]});
+  std::vector<hsize_t> start = {first};
+  std::vector<hsize_t> size = {end - first};
+  if (layout_.components > 1) {
+    start.push_back(0);
+    size.push_back(layout_.components);
+  }
+  piece.numbers.resize((end - first) * layout_.components * layout_.componentSize);
+  if (!readFiltered(piece, start, elements)) {
+    const Hdf5Lock lock(file_->state());
+    readBox(dataset_, start, size, layout_.memoryType, piece.numbers.data());
+  }
+  piece.first = first;
+  piece.end = end;
+}
+
+/// \return false if HDF5 must read the chunk.
+bool PackedReader::readFiltered(Piece& piece, const std::vector<hsize_t>& start,
+                                std::uint64_t chunkElements) {
+  const bool wholeRows = layout_.components == 1 ||
+                         (shape_.chunk.size() == 2 && shape_.chunk[1] == layout_.components);
+  if (!shape_.shuffleDeflate || !wholeRows) return false;
+  NumberForm form = NumberForm::Other;
+  {
+    const Hdf5Lock lock(file_->state());
+    form = formOf(dataset_, layout_.memoryType);
+  }
+  if (form == NumberForm::Other) return false;
+  std::vector<std::byte> stored(chunkElements * layout_.components * shape_.numberSize);
+  ChunkReader reader(*file_, dataset_, shape_.numberSize, stored.size());
+  if (!reader.read(start, stored)) return false;
+  if (form == NumberForm::Widened)
+    widen(stored.data(), piece.numbers.size() / layout_.componentSize, piece.numbers.data());
+  else
+    std::memcpy(piece.numbers.data(), stored.data(), piece.numbers.size());
+  return true;
+}
+
+}  // namespace Quilt::Storage

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <future>
+#include <memory>
+#include <vector>
+
+#include "recast/sheaf/storage/array_image.h"
+#include "recast/sheaf/storage/block_plan.h"
+#include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/work_pool.h"
+
+namespace Quilt::Storage {
+
+/// An array on its way to the file: its image, and its filtered blocks as the pool makes them.
+struct PreparedArray {
+  std::shared_ptr<const ArrayImage> image;         ///< shared with the tasks that filter it
+  std::unique_ptr<BlockPlan> plan;                 ///< null for an array that goes packed
+  std::vector<std::future<FilteredBlock>> blocks;  ///< empty for a plain dataset
+};
+
+/// Makes the image of an array, and lets `pool` filter it. Not for lists and computed arrays.
+PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool packed,
+                      WorkPool& pool);
+
+/// How an array with that image is cut into the blocks of its dataset.
+std::unique_ptr<BlockPlan> planFor(const ArrayImage& image, const StoreRules& rules);
+
+}  // namespace Quilt::Storage

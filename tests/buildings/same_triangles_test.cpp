@@ -1,0 +1,35 @@
+#include "buildings/literal_ear_clipping.h"
+#include "buildings/rings.h"
+#include <gtest/gtest.h>
+
+#include "recast/buildings/triangulation/triangulator.h"
+
+namespace {
+
+// What the literal walk gives, compiled without optimisation. This file is compiled several times,
+// with other compiler options each time.
+constexpr std::uint64_t kDigest = 15596612262781917593U;
+
+TEST(SameTriangles, OfThousandsOfRingsWhateverTheCompilerDoes) {
+  TestRings::Random random(20'240'229);
+  Recast::Triangulation::Triangulator triangulator;
+  std::uint64_t digest = 0xCBF29CE484222325;
+  std::uint64_t literal = digest;
+  for (int i = 0; i < 300; ++i) {
+    for (const auto& family : TestRings::families()) {
+      const TestRings::Ring ring =
+          TestRings::varied(family.make(random, 4 + random.below(i % 50 == 0 ? 500 : 60)),
+                            static_cast<unsigned>(random.below(8)));
+      std::vector<Quilt::Triangle> triangles;
+      triangulator.triangulate(ring, triangles);
+      digest = TestRings::digest(triangles, digest);
+      triangles.clear();
+      LiteralEarClipping::triangulate(ring, triangles);
+      literal = TestRings::digest(triangles, literal);
+    }
+  }
+  EXPECT_EQ(literal, kDigest);
+  EXPECT_EQ(digest, kDigest);
+}
+
+}  // namespace

@@ -1,0 +1,208 @@
+#include <cmath>
+#include <functional>
+
+#include "support/bundles.h"
+#include "support/console_capture.h"
+#include "support/temp_folder.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "recast/contours/contour_levels.h"
+#include "recast/contours/create_contour_lines.h"
+#include "recast/trelliskinds/grid_kinds.h"
+
+namespace {
+
+using Heron::PhysicalSpace;
+using Recast::CreateContourLinesFromUniform;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using TestSupport::ConsoleCapture;
+using TestSupport::TempFolder;
+
+using Heights = std::function<float(std::uint64_t i, std::uint64_t j)>;
+
+/// Adds a fragment of `columns` x `rows` vertices to a grid, a unit apart.
+void addFragment(const Larder::StrongPtr<Quilt::Grid>& grid, const std::string& name, double x,
+                 std::uint64_t columns, std::uint64_t rows, const Heights& heights,
+                 const std::string& field = "Elevation") {
+  const Quilt::MultiIndex<3> size(columns, rows, 1);
+  const auto values = Larder::makeStrong<Quilt::MemArray<3, float>>(size, nullptr);
+  const auto types = Larder::makeStrong<Quilt::MemArray<3, unsigned char>>(size, nullptr);
+  for (std::uint64_t j = 0; j < rows; ++j)
+    for (std::uint64_t i = 0; i < columns; ++i) values->data[j * columns + i] = heights(i, j);
+  const auto representation = grid->makeCartesianRepresentation(3, "", 0);
+  const auto store = [&](const std::string& fieldName, const Quilt::MemBaseHandle& array) {
+    (*representation)[fieldName].field()->createCreator(array, name, Quilt::OnExistingData::Replace,
+                                                        Larder::Cache::MemCache());
+  };
+  store("Positions",
+        Larder::makeStrong<Quilt::UniformCartesianArray>(size, PhysicalSpace::point(x, 100.0, 0.0),
+                                                         PhysicalSpace::vector(1.0, 1.0, 1.0)));
+  store(field, values);
+  store("CellType", types);
+}
+
+/// A run on a bundle in memory, and what it wrote.
+struct Contouring {
+  TempFolder folder;
+  ConsoleCapture console;
+  CreateContourLinesFromUniform contours;
+  Larder::StrongPtr<Quilt::Bundle> input = Larder::makeStrong<Quilt::Bundle>();
+
+  Contouring() {
+    contours.Bundle = input;
+    contours.FieldNames = {"Elevation"};
+    contours.OutputFile = folder / "lines.q8";
+  }
+  Larder::StrongPtr<Quilt::Grid> grid(const std::string& name, double time = 0.0) const {
+    return (*(*input)[time])[name];
+  }
+  bool wrote() const { return std::filesystem::exists(contours.OutputFile); }
+  /// The heights of the vertices of all lines.
+  std::vector<double> levels(double time = 0.0) const {
+    std::vector<double> result;
+    const auto bundle = TestSupport::loadBundle(contours.OutputFile);
+    const auto slice = bundle ? (*bundle)(time) : nullptr;
+    const auto lines = slice ? (*slice)("ZRK_ContourLines") : nullptr;
+    if (!lines) return result;
+    const auto data = lines->CartesianPositions()->getData(nullptr);
+    for (const auto& point :
+         data->getChunk().castTo<Larder::Chunk<PhysicalSpace::point>>()->base_vector())
+      if (result.empty() || result.back() != point.z()) result.push_back(point.z());
+    return result;
+  }
+};
+
+const Heights kSlope = [](std::uint64_t i, std::uint64_t) { return static_cast<float>(i); };
+
+TEST(ContourLevels, RunFromTheMinimumBelowTheMaximum) {
+  const auto levels = [](float minimum, float maximum, float step, float from, float to) {
+    const auto all = Recast::ContourLevels::over(Quilt::DataRange<float>(minimum, maximum), step);
+    return all ? all->within(Quilt::DataRange<float>(from, to)) : std::vector<float>{-1};
+  };
+  EXPECT_THAT(levels(0, 10, 3, 0, 10), ElementsAre(0, 3, 6, 9));
+  EXPECT_THAT(levels(0, 9, 3, 0, 10), ElementsAre(0, 3, 6)) << "the maximum is no level";
+  EXPECT_THAT(levels(0, 10, 3, 3, 6), ElementsAre(3, 6)) << "bounds of the fragment count";
+  EXPECT_THAT(levels(0, 10, 3, 3.5F, 5.5F), IsEmpty());
+  EXPECT_THAT(levels(2, 3, 5, 0, 10), ElementsAre(2));
+  EXPECT_THAT(levels(0, 10, 20, 1, 9), IsEmpty());
+  for (const float step : {0.0F, -1.0F, 1e-30F, std::nanf("")})
+    EXPECT_THAT(levels(0, 10, step, 0, 10), ElementsAre(-1)) << step;
+  EXPECT_THAT(levels(4, 4, 1, 0, 10), ElementsAre(-1));
+}
+
+TEST(ContourRun, CutsTheContouredFieldOfAllFragments) {
+  Contouring run;
+  addFragment(run.grid("terrain"), "left", 0.0, 4, 3, kSlope);
+  addFragment(run.grid("terrain"), "right", 3.0, 4, 3,
+              [](std::uint64_t i, std::uint64_t) { return static_cast<float>(i + 3); });
+  run.contours.Step = 1.5F;
+  EXPECT_EQ(run.contours.Run(), 1);
+  EXPECT_THAT(run.contours.Errors, IsEmpty());
+  EXPECT_THAT(run.levels(), ElementsAre(0, 1.5, 3, 4.5));
+  EXPECT_EQ(run.contours.SliceField, "Elevation");
+  ASSERT_TRUE(run.contours.GlobalSlice);
+  EXPECT_EQ(run.contours.GlobalSlice->maximum(), 6.0F);
+}
+
+TEST(ContourRun, LinesStandInWorldCoordinates) {
+  Contouring run;
+  addFragment(run.grid("terrain"), "f", 20.0, 4, 3, kSlope);
+  run.contours.GlobalSlice = Larder::makeStrong<Quilt::DataRange<float>>(1.5F, 2.0F);
+  run.contours.Run();
+  const auto bundle = TestSupport::loadBundle(run.contours.OutputFile);
+  const auto grid = (*(*bundle)(0.0))("ZRK_ContourLines");
+  const auto lines =
+      (*grid->getSkeleton({1, 2}))(*grid->findVertices(1))->Positions()->getData(nullptr);
+  ASSERT_EQ(lines->nElements(), 1u);
+  const auto points = grid->CartesianPositions()->getData(nullptr);
+  const auto first = points.castTo<Quilt::MemArray<1, PhysicalSpace::point>>()->first();
+  EXPECT_EQ(first.x(), 21.5);
+  EXPECT_EQ(first.z(), 1.5);
+}
+
+TEST(ContourRun, HeightsMayFollowAnotherField) {
+  Contouring run;
+  addFragment(run.grid("terrain"), "f", 0.0, 4, 3,
+              [](std::uint64_t, std::uint64_t) { return 50.0F; });
+  addFragment(run.grid("terrain"), "f", 0.0, 4, 3, kSlope, "Moisture");
+  run.contours.SliceField = "Moisture";
+  run.contours.UseSliceField = true;
+  run.contours.GlobalSlice = Larder::makeStrong<Quilt::DataRange<float>>(0.5F, 1.0F);
+  run.contours.Run();
+  EXPECT_THAT(run.levels(), ElementsAre(::testing::DoubleNear(50.001, 1e-5)));
+}
+
+TEST(ContourRun, OnlyTheFirstSelectedSliceGridAndFieldCount) {
+  Contouring run;
+  addFragment(run.grid("b", 1.0), "f", 0.0, 4, 3, kSlope);
+  addFragment(run.grid("later", 2.0), "f", 0.0, 9, 3, kSlope);
+  run.grid("not fragmented", 1.0)->makeCartesianRepresentation(3, "", 0);
+  addFragment(run.grid("second", 1.0), "f", 0.0, 9, 3, kSlope);
+  run.contours.GridNames = {"b", "not fragmented", "later"};
+  run.contours.Run();
+  EXPECT_THAT(run.levels(1.0), ElementsAre(0, 1, 2));
+
+  Contouring nothing;
+  addFragment(nothing.grid("a", 1.0), "f", 0.0, 4, 3, kSlope);
+  addFragment(nothing.grid("wanted", 2.0), "f", 0.0, 4, 3, kSlope);
+  nothing.contours.GridNames = {"wanted"};
+  EXPECT_EQ(nothing.contours.Run(), 1) << "the first slice is the only one";
+  EXPECT_FALSE(nothing.wrote());
+  nothing.contours.Times = {2.0};
+  nothing.contours.Run();
+  EXPECT_TRUE(nothing.wrote());
+}
+
+TEST(ContourRun, ProblemsAreListed) {
+  {
+    CreateContourLinesFromUniform contours;
+    EXPECT_EQ(contours.Run(), 0);
+    EXPECT_THAT(contours.Errors, ElementsAre("bundleptr is null"));
+  }
+  const struct {
+    const char* error;
+    std::function<void(Contouring&)> prepare;
+  } cases[] = {
+      {"This is not a fragmented uniform cartesian grid",
+       [](Contouring& run) { run.grid("first")->makeCartesianRepresentation(3, "", 0); }},
+      {"No slice field", [](Contouring& run) { run.contours.SliceField = "Moisture"; }},
+      {"Slice steps are zero ", [](Contouring& run) { run.contours.Step = 0.0F; }},
+      {"Have no global range", [](Contouring& run) { run.contours.SliceField = "Positions"; }},
+  };
+  for (const auto& [error, prepare] : cases) {
+    SCOPED_TRACE(error);
+    Contouring run;
+    prepare(run);
+    addFragment(run.grid("terrain"), "f", 0.0, 4, 3, kSlope);
+    EXPECT_EQ(run.contours.Run(), 1);
+    EXPECT_THAT(run.contours.Errors, ElementsAre(error));
+  }
+}
+
+TEST(ContourRun, WithoutLinesNothingIsWritten) {
+  Contouring run;
+  addFragment(run.grid("terrain"), "f", 0.0, 4, 3, kSlope);
+  run.contours.GlobalSlice = Larder::makeStrong<Quilt::DataRange<float>>(100.0F, 200.0F);
+  EXPECT_EQ(run.contours.Run(), 1);
+  EXPECT_TRUE(run.console.contains("No countour lines are found."));
+  EXPECT_FALSE(run.wrote());
+  EXPECT_TRUE(run.contours.OutBundle->getGridIdentifiers().empty());
+}
+
+TEST(ContourRun, ParametersAreToldAsText) {
+  CreateContourLinesFromUniform contours;
+  contours.Step = 2.5F;
+  EXPECT_EQ(contours.printSecondary(),
+            "\nStep: 2.500000 \nSlice Field is not used \nGlobalSlice(s) taken from input file ");
+  contours.UseSliceField = true;
+  contours.SliceField = "Elevation";
+  contours.OnlyBorderLine = true;
+  contours.GlobalSlice = Larder::makeStrong<Quilt::DataRange<float>>(1.0F, 2.0F);
+  EXPECT_EQ(contours.printSecondary(),
+            "\nStep: 2.500000 \nSlice Field: Elevation \nGlobalSlice(s) From: 1.000000 to: "
+            "2.000000\nOnly extract border line .");
+}
+
+}  // namespace

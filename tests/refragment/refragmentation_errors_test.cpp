@@ -1,0 +1,237 @@
+#include <csignal>
+#include <limits>
+
+#include "clouds.h"
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "recast/trelliskinds/uniform_array.h"
+
+using namespace RefragmentTest;
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+void writePoint(const std::string& path, const std::string& grid = kGrid, double time = 0.0) {
+  const CloudFile file(path, grid, time);
+  file.add<Point>("Positions", "a", {{0.5, 0.5, 0.5}});
+}
+
+class RefragmentationErrors : public ::testing::Test {
+ protected:
+  std::string in() const { return folder_ / "in.q8"; }
+  Recast::RefragmentationParameters parameters() const {
+    return parametersFor({in()}, folder_ / "out.q8");
+  }
+  void expectNoOutput() const { EXPECT_FALSE(std::filesystem::exists(folder_ / "out.q8")); }
+
+  TempFolder folder_;
+  ConsoleCapture console_;
+};
+
+TEST_F(RefragmentationErrors, InputsThatCannotBeLoaded) {
+  EXPECT_EQ(refragment(parametersFor({}, folder_ / "out.q8")), "Q8efragment--> no file(s): ");
+  EXPECT_EQ(refragment(Recast::RefragmentationParameters{}), "Q8efragment--> no file(s): ");
+  EXPECT_EQ(refragment(parameters()), "Refragment--> no bundle");
+  writePoint(in());
+  const auto foreign = folder_.write("foreign.q8", "x y z\n");
+  EXPECT_EQ(refragment(parametersFor({in(), foreign}, folder_ / "out.q8")),
+            "Refragment--> no bundle");
+  expectNoOutput();
+}
+
+TEST_F(RefragmentationErrors, GridsThatAreNotThere) {
+  { const CloudFile none(folder_ / "none.q8", "Unused"); }
+  writePoint(in(), "One");
+  writePoint(folder_ / "two.q8", "Two");
+  auto wanted = parametersFor({in(), folder_ / "two.q8"}, folder_ / "out.q8");
+  EXPECT_EQ(refragment(wanted), "need to have a grid name. There is more than one grid available");
+  EXPECT_TRUE(console_.contains("Have grids: One"));
+  EXPECT_TRUE(console_.contains("Have grids: Two"));
+  wanted.gridName = "Three";
+  EXPECT_EQ(refragment(wanted), "GridThree does not exist");
+  wanted.gridName = "Two";
+  EXPECT_EQ(refragment(wanted), "");
+}
+
+TEST_F(RefragmentationErrors, ABundleWithoutGrid) {
+  {
+    const Quilt::BundlePtr empty(new Quilt::Bundle);
+    ASSERT_EQ(empty->bindToNew(in()).number, 0);
+  }
+  EXPECT_EQ(refragment(parameters()),
+            "need to have a grid name. There is more than one grid available");
+}
+
+TEST_F(RefragmentationErrors, GridsWithoutPoints) {
+  writePoint(in());
+  auto wanted = parameters();
+  for (const double time : {1.0, std::numeric_limits<double>::quiet_NaN()}) {
+    wanted.time = time;
+    EXPECT_EQ(refragment(wanted), "no positions");
+  }
+  {
+    const CloudFile file(in());
+    file.add<int>("Number", "a", {1});
+  }
+  EXPECT_EQ(refragment(parameters()), "no positions");
+  {
+    const CloudFile file(in());
+    file.add<int>("Positions", "a", {1});
+  }
+  EXPECT_EQ(refragment(parameters()), "no bbox for: ");
+  {
+    const CloudFile file(in());
+    file.add<Point>("Positions", "a", {});
+  }
+  EXPECT_EQ(refragment(parameters()), "no sbbox for ");
+  {
+    const CloudFile file(in());
+    file.field("Positions")
+        ->setPersistentData(arrayOf<Point>({{1, 2, 3}}), nullptr, Larder::Cache::MemCache(), "");
+  }
+  EXPECT_EQ(refragment(parameters()), "no fragment data");
+}
+
+TEST_F(RefragmentationErrors, BoxesThatAreNone) {
+  writePoint(in());
+  auto wanted = parameters();
+  wanted.useBBoxMin = true;
+  EXPECT_EQ(refragment(wanted), "a given box is to be used, and there is none");
+  wanted.bbox = Larder::makeStrong<Heron::BoundingBox>(Point{5, 0, 0}, Point{6, 1, 1});
+  EXPECT_EQ(refragment(wanted), "Lenght for bounding box is negativ. Wrong input");
+  wanted = parameters();
+  wanted.lowerMargin = {kInfinity, 0, 0};
+  EXPECT_EQ(refragment(wanted), "Lenght for bounding box is negativ. Wrong input");
+  expectNoOutput();
+}
+
+TEST_F(RefragmentationErrors, AnInfinitePointIsLeftOutByAGivenBox) {
+  {
+    const CloudFile file(in());
+    file.add<Point>("Positions", "a", {{0.5, 0.5, 0.5}, {-kInfinity, 0.5, 0.5}});
+  }
+  auto wanted = parameters();
+  EXPECT_EQ(refragment(wanted), "Lenght for bounding box is negativ. Wrong input");
+  fixBox(wanted, {0, 0, 0}, {1, 1, 1});
+  EXPECT_EQ(refragment(wanted), "");
+  const auto output = TestSupport::loadBundle(folder_ / "out.q8");
+  EXPECT_EQ(valuesOf<Point>(output, "Positions").at("RegularFragment[0x0x0]").size(), 1u);
+}
+
+TEST_F(RefragmentationErrors, CoordinatesBeyondTenMillionMeetTheStartOfTheSearch) {
+  {
+    const CloudFile file(in());
+    file.add<Point>("Positions", "a", {{20000000.5, 0.5, 0.5}});
+  }
+  Recast::RefragmentationPlan plan;
+  ASSERT_EQ(planRefragmentation(parameters(), plan), "");
+  EXPECT_EQ(plan.lattice.lower[0], 9999999.0);
+  EXPECT_EQ(plan.lattice.upper[0], 20000002.0);
+}
+
+TEST_F(RefragmentationErrors, OutputsThatCannotBeWritten) {
+  writePoint(in());
+  auto wanted = parameters();
+  for (const std::string& name : {std::string(), folder_ / "missing" + "/out.q8", folder_ / ""}) {
+    wanted.outFile = name;
+    EXPECT_EQ(refragment(wanted), "no bundle") << name;
+  }
+  wanted = parameters();
+  wanted.extLink = folder_.write("a file", "") + "/fields";
+  writePoint(in());
+  {
+    const CloudFile file(in());
+    file.add<Point>("Positions", "a", {{0.5, 0.5, 0.5}});
+    file.add<int>("Number", "a", {1});
+  }
+  EXPECT_NE(refragment(wanted).find(wanted.extLink), std::string::npos);
+}
+
+TEST_F(RefragmentationErrors, FieldsThatDoNotFitTheirPoints) {
+  const struct {
+    const char* what;
+    std::function<void(const CloudFile&)> add;
+    const char* text;
+  } cases[] = {
+      {"fewer values",
+       [](const CloudFile& file) {
+         file.add<int>("Odd", "a", {1, 2});
+       },
+       "field \"Odd\", fragment \"a\": there are 2 values for 3 points"},
+      {"more values",
+       [](const CloudFile& file) {
+         file.add<float>("Odd", "a", {1, 2, 3, 4});
+       },
+       "field \"Odd\", fragment \"a\": there are 4 values for 3 points"},
+  };
+  for (const auto& test : cases)
+    for (const int threads : {1, 2}) {
+      SCOPED_TRACE(test.what);
+      {
+        const CloudFile file(in());
+        file.add<Point>("Positions", "a", {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}});
+        test.add(file);
+      }
+      auto wanted = parameters();
+      wanted.threads = threads;
+      EXPECT_EQ(refragment(wanted), test.text);
+    }
+}
+
+TEST_F(RefragmentationErrors, PositionsThatAreComputedAreNoCloud) {
+  {
+    const CloudFile file(in());
+    const auto positions = file.field("Positions");
+    positions->setPersistentData(
+        Quilt::UniformCartesianArray::overBox({0, 0, 0}, {2, 2, 2}, {1, 1, 1}),
+        positions->makeFragmentID("a"), Larder::Cache::MemCache(), "");
+  }
+  EXPECT_NE(refragment(parameters()).find("is no list of values of the field's type"),
+            std::string::npos);
+}
+
+TEST_F(RefragmentationErrors, DamagedDataEndsTheRun) {
+  {
+    const CloudFile file(in());
+    file.add("Positions", "a", std::vector<Point>(20000, {1, 2, 3}));
+  }
+  std::filesystem::resize_file(in(), std::filesystem::file_size(in()) / 2);
+  const std::string result = refragment(parameters());
+  EXPECT_NE(result, "");
+}
+
+TEST_F(RefragmentationErrors, ADiskThatIsFullIsTheResult) {
+  std::vector<Point> points(100000);
+  for (std::size_t i = 0; i < points.size(); ++i) points[i] = {0.01 * static_cast<double>(i), 0, 0};
+  {
+    const CloudFile file(in());
+    file.add("Positions", "a", points);
+  }
+  rlimit former{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);
+  rlimit small = former;
+  small.rlim_cur = 1 << 20;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const std::string result = refragment(parameters());
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &former), 0);
+  EXPECT_NE(result.find("out.q8"), std::string::npos) << result;
+  expectNoOutput();
+}
+
+TEST_F(RefragmentationErrors, WhatTheHostThrowsArrives) {
+  struct Throwing : Larder::LoaderProgress {
+    bool reportProgress(const std::string& text, int, int) override {
+      if (text == "Write") throw std::logic_error("the host's own");
+      return true;
+    }
+    void reportMessage(const std::string&) override {}
+  };
+  writePoint(in());
+  auto wanted = parameters();
+  wanted.threads = 2;
+  EXPECT_THROW(refragment(wanted, Larder::makeStrong<Throwing>()), std::logic_error);
+}
+
+}  // namespace
