@@ -1,0 +1,15 @@
+# Writes the first C++ block below a heading of a page to a file.
+#   cmake -DPAGE=<page> -DSECTION=<heading> -DOUTPUT=<file> -P ExtractProgram.cmake
+file(READ "${PAGE}" rest)
+foreach(mark "\n## ${SECTION}\n" "\n```cpp\n")
+  string(FIND "${rest}" "${mark}" place)
+  if(place EQUAL -1)
+    message(FATAL_ERROR "${PAGE}: no C++ block below \"${SECTION}\"")
+  endif()
+  string(LENGTH "${mark}" length)
+  math(EXPR place "${place} + ${length}")
+  string(SUBSTRING "${rest}" ${place} -1 rest)
+endforeach()
+string(FIND "${rest}" "```" place)
+string(SUBSTRING "${rest}" 0 ${place} program)
+file(WRITE "${OUTPUT}" "${program}")
