@@ -5,8 +5,9 @@ of all turns.
 
     bench/buildings/compare_earcut.py build/bench/bench/buildings/bench_buildings
 
-The package is a binding: what a call of it costs by itself, as measured on triangles, is taken off its
-figures. The two cut rings into different triangles, both valid.
+The package is a binding: what a call of it costs on a triangle is taken off its figures. That is a
+little too much, since it holds the work for one triangle and what a ring costs by itself: at 6 and 10
+corners the figures flatter it. The two cut rings into different triangles, both valid.
 """
 import json
 import subprocess

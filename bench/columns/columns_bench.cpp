@@ -1,5 +1,5 @@
-// The conversion of a text file to a stored point cloud, beside a bare loop that only converts the
-// tokens of the mapped file.
+// The conversion of a text file to a stored point cloud, beside two bare loops over the mapped
+// file: one that only converts its tokens, and one that also puts the values into arrays.
 //
 //     bench_columns [<benchmark options>] [FILE]
 //
@@ -9,6 +9,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 #include "columns/scan_file.h"
@@ -53,19 +54,50 @@ class MappedFile {
   void* start_;
 };
 
+/// Calls `visit` with a walk over the tokens of every line. \return the number of lines.
+template <class Visit>
+std::uint64_t forEachLine(const std::string& path, Visit visit) {
+  const MappedFile file(path);
+  std::uint64_t lines = 0;
+  for (std::string_view rest = file.text(); !rest.empty(); ++lines) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    visit(TokenWalk(line, ' '), lines);
+    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+  }
+  return lines;
+}
+
 Sum bareLoop(const std::string& path) {
   Sum sum;
-  const MappedFile file(path);
-  std::string_view rest = file.text();
-  while (!rest.empty()) {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
-    TokenWalk walk(line, ' ');
+  sum.points = forEachLine(path, [&sum](TokenWalk walk, std::uint64_t) {
     Number<double> number;
     if (walk.next(number)) sum.x += number.value;
     while (walk.next(number)) benchmark::DoNotOptimize(number.value);
-    ++sum.points;
-    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-  }
+  });
+  return sum;
+}
+
+template <class T>
+bool read(TokenWalk& walk, T& value) {
+  Number<std::conditional_t<sizeof(T) == 1, std::int32_t, T>> number;
+  if (!walk.next(number) || !number.converted()) return false;
+  value = static_cast<T>(number.value);
+  return true;
+}
+
+Sum bareLoopIntoArrays(const std::string& path, std::uint64_t lines) {
+  const auto points = std::make_unique_for_overwrite<PhysicalSpace::point[]>(lines);
+  const auto intensities = std::make_unique_for_overwrite<float[]>(lines);
+  const auto colours = std::make_unique_for_overwrite<Heron::Colour[]>(lines);
+  Sum sum;
+  sum.points = forEachLine(path, [&](TokenWalk walk, std::uint64_t i) {
+    bool good = true;
+    for (double& coordinate : points[i].values) good &= read(walk, coordinate);
+    good &= read(walk, intensities[i]);
+    for (unsigned char& component : colours[i].values) good &= read(walk, component);
+    if (!good) throw std::runtime_error("a bad line");
+  });
+  sum.x = points[lines - 1].x();
   return sum;
 }
 
@@ -111,6 +143,12 @@ void measureBareLoop(benchmark::State& state, const std::string& path) {
   setRates(state, path, sum);
 }
 
+void measureBareLoopIntoArrays(benchmark::State& state, const std::string& path) {
+  const Sum sum = bareLoop(path);
+  for (auto _ : state) benchmark::DoNotOptimize(bareLoopIntoArrays(path, sum.points));
+  setRates(state, path, sum);
+}
+
 void measureConversion(benchmark::State& state, const std::string& path,
                        const std::string& output) {
   const int level = static_cast<int>(state.range(0));
@@ -141,6 +179,9 @@ int main(int count, char** arguments) try {
   const std::string input = count > 1 ? arguments[1] : scan.path;
   if (count == 1) writeScan(scan.path, 2'000'000);
   benchmark::RegisterBenchmark("bare_loop", measureBareLoop, input)
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+  benchmark::RegisterBenchmark("bare_loop_into_arrays", measureBareLoopIntoArrays, input)
       ->Unit(benchmark::kMillisecond)
       ->UseRealTime();
   benchmark::RegisterBenchmark("conversion", measureConversion, input, output.path)

@@ -69,17 +69,20 @@ Ring coast(Random& random, std::size_t n) {
 
 Ring scattered(Random& random, std::size_t n) {
   Ring ring;
-  for (std::size_t i = 0; i < n; ++i)
-    ring.emplace_back(random.between(-1, 1), random.between(-1, 1), 0.0);
+  for (std::size_t i = 0; i < n; ++i) {
+    const double x = random.between(-1, 1);
+    ring.emplace_back(x, random.between(-1, 1), 0.0);
+  }
   return ring;
 }
 
 /// Whole coordinates below `places`: repeated points, straight corners, edges upon each other.
 Ring lattice(Random& random, std::size_t n, std::size_t places) {
   Ring ring;
-  for (std::size_t i = 0; i < n; ++i)
-    ring.emplace_back(static_cast<double>(random.below(places)),
-                      static_cast<double>(random.below(places)), 0.0);
+  for (std::size_t i = 0; i < n; ++i) {
+    const std::size_t x = random.below(places);
+    ring.emplace_back(static_cast<double>(x), static_cast<double>(random.below(places)), 0.0);
+  }
   return ring;
 }
 
@@ -117,8 +120,11 @@ Ring withWildValues(Random& random, std::size_t n) {
                          5e-324,
                          -0.0};
   Ring ring = star(random, n, 10, 0.5);
-  for (std::size_t k = 0; k <= random.below(1 + n / 8); ++k)
-    ring[random.below(n)][random.below(2)] = wild[random.below(std::size(wild))];
+  for (std::size_t k = 0; k <= random.below(1 + n / 8); ++k) {
+    const std::size_t corner = random.below(n);
+    const std::size_t axis = random.below(2);
+    ring[corner][axis] = wild[random.below(std::size(wild))];
+  }
   return ring;
 }
 

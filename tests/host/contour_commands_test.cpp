@@ -3,8 +3,8 @@
 #include <cmath>
 #include <random>
 
-#include "run_program.h"
 #include "support/bundles.h"
+#include "support/program_run.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,9 +14,14 @@ namespace {
 
 using Heron::PhysicalSpace;
 using ::testing::HasSubstr;
-using TestSupport::runProgram;
+using TestSupport::ProgramRun;
 using TestSupport::TempFolder;
 using TestSupport::textOf;
+
+ProgramRun runProgram(const TempFolder& folder, std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), RECAST_PROGRAM);
+  return ProgramRun(folder, arguments);
+}
 
 constexpr int kNoData = -9999;
 
@@ -92,12 +97,12 @@ std::vector<Segment> segmentsOf(const std::string& file) {
 std::vector<Segment> contoursOf(const TempFolder& folder, const std::vector<std::string>& rasters) {
   std::vector<std::string> grid = {"grid", "-o", folder / "grid.q8"};
   grid.insert(grid.end(), rasters.begin(), rasters.end());
-  const auto made = runProgram(folder, grid);
-  EXPECT_EQ(made.code, 0) << made.errors;
-  EXPECT_EQ(made.errors, "");
-  const auto lines = runProgram(
+  auto made = runProgram(folder, grid);
+  EXPECT_EQ(made.exitCode(), 0) << made.errors();
+  EXPECT_EQ(made.errors(), "");
+  auto lines = runProgram(
       folder, {"contours", "--step", "1", "-o", folder / "lines.q8", folder / "grid.q8"});
-  EXPECT_EQ(lines.code, 0) << lines.errors;
+  EXPECT_EQ(lines.exitCode(), 0) << lines.errors();
   return segmentsOf(folder / "lines.q8");
 }
 
@@ -132,10 +137,10 @@ TEST(ContourCommands, AGridWithoutCellTypesHasNoContours) {
   const Terrain terrain(8, 8, 1);
   const std::string raster = folder.write("r.asc", terrain.raster(0, 0, 8, 8));
   runProgram(folder, {"grid", "--no-cell-type-field", "-o", folder / "g.q8", raster});
-  const auto run =
+  auto run =
       runProgram(folder, {"contours", "--step", "1", "-o", folder / "l.q8", folder / "g.q8"});
-  EXPECT_EQ(run.code, 1);
-  EXPECT_THAT(run.errors, HasSubstr("No celltye field\n"));
+  EXPECT_EQ(run.exitCode(), 1);
+  EXPECT_THAT(run.errors(), HasSubstr("No celltye field\n"));
   EXPECT_FALSE(std::filesystem::exists(folder / "l.q8"));
 }
 
@@ -146,7 +151,7 @@ TEST(ContourCommands, SayWhatFailed) {
   const std::string inside = folder.write("inside.asc", terrain.raster(3, 3, 7, 7));
   const std::string namesake = folder.write("other/a.asc", terrain.raster(0, 0, 4, 4));
   const std::string junk = folder.write("junk.q8", "junk");
-  ASSERT_EQ(runProgram(folder, {"grid", "-o", folder / "g.q8", a}).code, 0);
+  ASSERT_EQ(runProgram(folder, {"grid", "-o", folder / "g.q8", a}).exitCode(), 0);
   const struct {
     std::vector<std::string> arguments;
     int code;
@@ -166,9 +171,9 @@ TEST(ContourCommands, SayWhatFailed) {
       {{"export-geojson", junk, folder / "l.json"}, 2, ""},
   };
   for (const auto& [arguments, code, text] : cases) {
-    const auto run = runProgram(folder, arguments);
-    EXPECT_EQ(run.code, code) << arguments[0] << ": " << run.errors;
-    EXPECT_THAT(run.errors, HasSubstr(text)) << arguments[0];
+    auto run = runProgram(folder, arguments);
+    EXPECT_EQ(run.exitCode(), code) << arguments[0] << ": " << run.errors();
+    EXPECT_THAT(run.errors(), HasSubstr(text)) << arguments[0];
   }
 }
 
@@ -192,7 +197,7 @@ TEST(ExportGeojson, WritesEachLineWithItsLevel) {
   const TempFolder folder;
   const std::string file = lineFile(
       folder, {{32512345.678, 5712345.25, 7.5}, {1, 2, 7.5}, {3, 4, 7.5}}, {{0, 1}, {1, 2, 1}});
-  ASSERT_EQ(runProgram(folder, {"export-geojson", file, folder / "l.json"}).code, 0);
+  ASSERT_EQ(runProgram(folder, {"export-geojson", file, folder / "l.json"}).exitCode(), 0);
   const char* start =
       "{\"type\":\"Feature\",\"properties\":{\"level\":7.5},\"geometry\":"
       "{\"type\":\"LineString\",\"coordinates\":";
@@ -206,9 +211,9 @@ TEST(ExportGeojson, LeavesOutLinesThatAreNone) {
   const TempFolder folder;
   const std::string file = lineFile(folder, {{0, 0, 1}, {1, 0, 1}, {0, std::nan(""), 1}},
                                     {{0, 4000000000U}, {0}, {}, {0, 2}, {1, 0}});
-  const auto run = runProgram(folder, {"export-geojson", file, folder / "l.json"});
-  EXPECT_EQ(run.code, 3);
-  EXPECT_THAT(run.errors, HasSubstr("4 lines are left out"));
+  auto run = runProgram(folder, {"export-geojson", file, folder / "l.json"});
+  EXPECT_EQ(run.exitCode(), 3);
+  EXPECT_THAT(run.errors(), HasSubstr("4 lines are left out"));
   EXPECT_THAT(textOf(folder / "l.json"), HasSubstr("[\n{\"type\":\"Feature\",\"properties\":"
                                                    "{\"level\":1},\"geometry\":{\"type\":"
                                                    "\"LineString\",\"coordinates\":[[1,0,1],"

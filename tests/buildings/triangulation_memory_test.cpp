@@ -1,0 +1,60 @@
+#include <cstdlib>
+#include <new>
+
+#include "buildings/rings.h"
+#include <gtest/gtest.h>
+
+#include "recast/buildings/polygon_triangulation.h"
+
+namespace {
+
+std::size_t allocations = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  ++allocations;
+  const auto unit = static_cast<std::size_t>(alignment);
+  if (void* memory = std::aligned_alloc(unit, (size + unit - 1) / unit * unit)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+TEST(TriangulationMemory, IsNotAllocatedOnceItHasGrown) {
+  std::vector<TestRings::Ring> rings;
+  TestRings::Random random(3);
+  for (const std::size_t n : {4, 10, 50, 400, 3000, 9, 3500})
+    for (const auto& family : TestRings::families()) rings.push_back(family.make(random, n));
+  std::vector<Quilt::Triangle> triangles;
+  triangles.reserve(10'000);
+  const auto triangulateAll = [&] {
+    const std::size_t before = allocations;
+    for (TestRings::Ring& ring : rings) {
+      triangles.clear();
+      Recast::polygonToTriangle(ring, triangles);
+    }
+    return allocations - before;
+  };
+  EXPECT_GT(triangulateAll(), 0U);
+  EXPECT_EQ(triangulateAll(), 0U);
+}
+
+}  // namespace
