@@ -55,7 +55,7 @@ int RasterTile::read(const std::string& path) {
 
 bool RasterTile::isValue(float height) const {
   // As near as this counts as the number, since a float does not hold each double.
-  return !std::isnan(height) && !(std::abs(static_cast<double>(height) - noData) <= 0.001);
+  return std::isfinite(height) && !(std::abs(static_cast<double>(height) - noData) <= 0.001);
 }
 
 bool RasterLattice::add(const RasterTile& tile) {
