@@ -32,13 +32,19 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
  public:
   using ChunkHandle = typename TypedArray<T>::ChunkHandle;
 
-  ChunkHandle chunk;  ///< keeps the memory alive
+  /// Keeps the memory alive; null for a look at the components of another element type.
+  ChunkHandle chunk;
 
   MultiIndex<N> Size() const override { return this->dims; }
   ChunkHandle myChunk() const override { return chunk; }
+  /// The chunk that keeps the memory alive, of whatever element type.
+  Larder::StrongPtr<Larder::ChunkBase> getChunk() const override {
+    return foreign_ ? foreign_ : Larder::StrongPtr<Larder::ChunkBase>(chunk);
+  }
   /// Bytes of the whole chunk, also of what the shape does not cover.
   std::size_t memsize() const override {
-    return chunk ? chunk->element_size() * chunk->elements() : 0;
+    const auto memory = getChunk();
+    return memory ? memory->element_size() * memory->elements() : 0;
   }
   std::uint64_t nElements() const override { return this->dims.product(); }
   HyperslabParameters getHyperslabParameters() const override { return *this; }
@@ -52,6 +58,7 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
   }
   CreativeIterator<T>& creativeIterator() override { return *this; }
   const CreativeIterator<T>& creativeIterator() const override { return *this; }
+  bool copyFrom(const Larder::StrongPtr<Larder::ChunkBase>& source) override;
 
  protected:
   /// Wraps all of `source` without copying. A chunk of another element type gives an array without
@@ -69,16 +76,20 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
   }
   /// Looks through `iterator` at memory that `owner` keeps alive.
   ReferencingMemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape,
-                      DataCreator<T>* source, const ChunkHandle& owner)
+                      DataCreator<T>* source, const Larder::StrongPtr<Larder::ChunkBase>& owner)
       : MemBase(*QuiltType<T>::getQuiltType(), nullptr),
         MultiArray<N, T>(iterator, shape, source),
-        chunk(owner) {}
+        chunk(owner.castTo<Larder::TypedChunk<T>>()) {
+    if (!chunk) foreign_ = owner;
+  }
 
  private:
   T elementOrDefault(const MultiIndex<N>& position) const {
     if (this->count == 0 && this->creator == nullptr) return T{};
     return (*this)[position];
   }
+
+  Larder::StrongPtr<Larder::ChunkBase> foreign_;  // where `chunk` can't hold the memory's
 };
 
 /// An array of rank N (1 to 4) and element type T, the first index running fastest: the data of a
@@ -103,9 +114,16 @@ class RECAST_API MemArray : public ReferencingMemArray<N, T> {
            const WeakCreator& madeBy);
   /// A view through `iterator` at memory that `owner` keeps alive.
   MemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape, DataCreator<T>* source,
-           const typename TypedArray<T>::ChunkHandle& owner, const WeakCreator& madeBy);
+           const Larder::StrongPtr<Larder::ChunkBase>& owner, const WeakCreator& madeBy);
 
   MemBaseHandle newMemArraynD(const MultiIndex<N>& shape, const WeakCreator& madeBy) const override;
+  MemBaseHandle getSlice(std::uint64_t index, const WeakCreator& madeBy) override;
+  MemBaseHandle getComponentArray(int component, const WeakCreator& madeBy) override;
+  MemBaseHandle createSubMemArray(const MultiIndex<N>& origin, const MultiIndex<N>& size,
+                                  const WeakCreator& madeBy) override;
+  MemBaseHandle createEquallySizedMemArray(const Larder::StrongPtr<Larder::ChunkBase>& source,
+                                           const WeakCreator& madeBy) override;
+  MemBaseHandle copy(const WeakCreator& madeBy) override;
 
  private:
   void countRegistration();

@@ -40,7 +40,7 @@ MemArray<N, T>::MemArray(const Larder::StrongPtr<Larder::ChunkBase>& source,
 
 template <int N, class T>
 MemArray<N, T>::MemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape,
-                         DataCreator<T>* source, const typename TypedArray<T>::ChunkHandle& owner,
+                         DataCreator<T>* source, const Larder::StrongPtr<Larder::ChunkBase>& owner,
                          const WeakCreator& madeBy)
     : MemBase(*QuiltType<T>::getQuiltType(), madeBy),
       ReferencingMemArray<N, T>(iterator, shape, source, owner) {
