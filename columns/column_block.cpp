@@ -14,6 +14,7 @@ void ColumnBlock::start(std::uint64_t expectedLines) {
   const auto room = std::min<std::uint64_t>(expectedLines, kColumnBlockLines);
   forEachColumn(converter_, [room]<class T>(myColumn<T>& column) {
     column.Data = Larder::makeStrong<Larder::Chunk<T>>(room, true);
+    Larder::bringMemory(column.Data->data(), room * sizeof(T));
   });
   plan_ = LinePlan(converter_);
   lines_ = room_ = 0;

@@ -1,7 +1,9 @@
 #include "recast/contours/level_sweep.h"
 
 #include <algorithm>
+#include <thread>
 
+#include "recast/contours/in_turns.h"
 #include "recast/contours/line_stitcher.h"
 
 namespace Recast::Contours {
@@ -20,6 +22,7 @@ template <class T>
 void reserveMore(std::vector<T>& list, std::size_t more) {
   if (list.capacity() - list.size() < more)
     list.reserve(std::max(list.size() + more, 2 * list.capacity()));
+  Larder::bringMemory(list.data() + list.size(), more * sizeof(T));
 }
 
 }  // namespace
@@ -34,41 +37,64 @@ LevelSweep::LevelSweep(const FragmentPlanes& planes, const ContourFragment& frag
       filter_(planes_.sliceValues, planes_.cellTypes, fragment.onlyBorderLine,
               fragment.useSliceField),
       scan_(planes_.sliceValues, crossings_, filter_, own),
-      nets_(levelsAtOnce(own.width())) {}
+      levelsAtOnce_(levelsAtOnce(own.width())) {
+  nets_.emplace_back(levelsAtOnce_);
+}
 
 std::size_t LevelSweep::run(std::span<const float> levels, ContourOutput& output) {
-  // Else the list would be copied whenever it has doubled, at the cost of a quarter of the run.
-  reserveMore(output.Points, expectedVertices(levels));
+  // Else the lists would be copied whenever they have doubled, at the cost of a quarter of the run.
+  const Expected expected = expectedVertices(levels);
+  reserveMore(output.Points, expected.ofAll);
+  const std::size_t groups = (levels.size() + levelsAtOnce_ - 1) / levelsAtOnce_;
+  while (nets_.size() < threadsFor(groups)) nets_.emplace_back(levelsAtOnce_);
   std::size_t stitched = 0;
-  while (!levels.empty()) {
-    const auto group = levels.first(std::min(levels.size(), nets_.size()));
-    stitched += runGroup(group, output);
-    levels = levels.subspan(group.size());
-  }
+  inTurns(threadsFor(groups), groups, [&](std::size_t thread, std::size_t group, Turn& turn) {
+    const std::size_t first = group * levelsAtOnce_;
+    const std::size_t count = std::min(levels.size() - first, levelsAtOnce_);
+    const auto nets = std::span(nets_[thread]).first(count);
+    for (std::size_t k = 0; k < count; ++k) {
+      nets[k].reset(levels[first + k], index_.cells().width());
+      nets[k].reserve(expected.most);
+    }
+    scan(nets);
+    if (turn.await()) stitched += stitch(nets, output);
+  });
   return stitched;
 }
 
-/// About how many edges the levels cross, rather too many than too few; from a sample of the tiles.
-std::size_t LevelSweep::expectedVertices(std::span<const float> levels) {
+/// From a sample of the tiles.
+LevelSweep::Expected LevelSweep::expectedVertices(std::span<const float> levels) {
   constexpr Index kOneIn = 61;  // odd, so that all columns have their turn
-  std::size_t vertices = 0;
-  for (Index tile = 0; tile < index_.columns() * index_.rows(); tile += kOneIn)
-    for (const float level : levels) {
-      nets_[0].reset(level, index_.cells().width());
-      scanTile(tile % index_.columns(), tile / index_.columns(), {nets_.data(), 1});
-      vertices += nets_[0].size();
+  const auto extrapolated = [](std::size_t vertices) {
+    return vertices * static_cast<std::size_t>(kOneIn) / 15 * 16;
+  };
+  EdgeNet& net = nets_[0][0];
+  Expected expected{0, 0};
+  for (const float level : levels) {
+    std::size_t vertices = 0;
+    for (Index tile = 0; tile < index_.columns() * index_.rows(); tile += kOneIn) {
+      net.reset(level, index_.cells().width());
+      scanTile(tile % index_.columns(), tile / index_.columns(), {&net, 1});
+      vertices += net.size();
     }
-  return vertices * static_cast<std::size_t>(kOneIn) / 15 * 16;
+    expected.ofAll += extrapolated(vertices);
+    expected.most = std::max(expected.most, extrapolated(vertices));
+  }
+  return expected;
 }
 
-std::size_t LevelSweep::runGroup(std::span<const float> levels, ContourOutput& output) {
-  const auto nets = std::span(nets_).first(levels.size());
-  for (std::size_t k = 0; k < levels.size(); ++k) nets[k].reset(levels[k], index_.cells().width());
+/// As many as have something to do beside the one that stitches, which takes half as long as to
+/// scan.
+std::size_t LevelSweep::threadsFor(std::size_t groups) const {
+  constexpr std::size_t kMost = 3;
+  constexpr Index kWorthAThread = Index{1} << 17;
+  if (index_.cells().width() * index_.cells().height() < kWorthAThread) return 1;
+  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, std::min(groups, kMost));
+}
+
+void LevelSweep::scan(std::span<EdgeNet> nets) const {
   for (Index row = 0; row < index_.rows(); ++row)
     for (Index column = 0; column < index_.columns(); ++column) scanTile(column, row, nets);
-  std::size_t stitched = 0;
-  for (EdgeNet& net : nets) stitched += stitch(net, output) ? 1 : 0;
-  return stitched;
 }
 
 void LevelSweep::scanTile(Index column, Index row, std::span<EdgeNet> nets) const {
@@ -78,11 +104,15 @@ void LevelSweep::scanTile(Index column, Index row, std::span<EdgeNet> nets) cons
       scan_.run(index_.cellsOf(column, row), filter_.concerns(tile.doubts), net);
 }
 
-bool LevelSweep::stitch(EdgeNet& net, ContourOutput& output) const {
-  if (net.activeCells < 2) return false;
-  reportGaps(net.gaps);
-  stitchLines(net, origin_, spacing_, output);
-  return true;
+std::size_t LevelSweep::stitch(std::span<EdgeNet> nets, ContourOutput& output) const {
+  std::size_t stitched = 0;
+  for (EdgeNet& net : nets) {
+    if (net.activeCells < 2) continue;
+    reportGaps(net.gaps);
+    stitchLines(net, origin_, spacing_, output);
+    ++stitched;
+  }
+  return stitched;
 }
 
 }  // namespace Recast::Contours

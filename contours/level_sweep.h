@@ -17,7 +17,8 @@ struct FragmentPlanes {
 };
 
 /// Takes levels through the tiles of a fragment, a group of them together, so that a tile is read
-/// once for all levels of the group that pass it.
+/// once for all levels of the group that pass it. Groups are scanned in several threads and
+/// stitched one after the other in their order, so that the output is that of one thread.
 class LevelSweep {
  public:
   /// \param own the cells to trace, at least one. \throw std::bad_alloc
@@ -27,10 +28,18 @@ class LevelSweep {
   std::size_t run(std::span<const float> levels, ContourOutput& output);
 
  private:
-  std::size_t expectedVertices(std::span<const float> levels);
-  std::size_t runGroup(std::span<const float> levels, ContourOutput& output);
+  using Nets = std::vector<EdgeNet>;  // one per level of a group
+
+  /// About how many edges levels cross, rather too many than too few.
+  struct Expected {
+    std::size_t ofAll;
+    std::size_t most;  // of one level
+  };
+  Expected expectedVertices(std::span<const float> levels);
+  std::size_t threadsFor(std::size_t groups) const;
+  void scan(std::span<EdgeNet> nets) const;
   void scanTile(Index column, Index row, std::span<EdgeNet> nets) const;
-  bool stitch(EdgeNet& net, ContourOutput& output) const;
+  std::size_t stitch(std::span<EdgeNet> nets, ContourOutput& output) const;
 
   const FragmentPlanes planes_;
   const Heron::PhysicalSpace::point origin_;
@@ -39,7 +48,8 @@ class LevelSweep {
   const EdgeCrossings crossings_;
   const PieceFilter filter_;
   const TileScan scan_;
-  std::vector<EdgeNet> nets_;  // one per level of a group, kept for their memory
+  const std::size_t levelsAtOnce_;
+  std::vector<Nets> nets_;  // of each thread, kept for their memory
 };
 
 }  // namespace Recast::Contours

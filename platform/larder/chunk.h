@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "recast/larder/chunk_base.h"
+#include "recast/larder/fresh_memory.h"
 
 namespace Larder {
 
@@ -52,8 +53,12 @@ class RECAST_API Chunk : public TypedChunk<T>, public std::vector<T> {
   /// `n` value-initialised elements: all zero for numbers and points.
   explicit Chunk(std::size_t n) : Chunk(n, false) {}
   /// With `reserveOnly` no element, but room for `n`.
-  Chunk(std::size_t n, bool reserveOnly) : std::vector<T>(reserveOnly ? 0 : n) {
-    if (reserveOnly) this->reserve(n);
+  Chunk(std::size_t n, bool reserveOnly) {
+    this->reserve(n);
+    if (!reserveOnly) {
+      bringMemory(this->data(), n * sizeof(T));
+      this->resize(n);
+    }
     account();
   }
   /// Takes the elements over.

@@ -174,14 +174,16 @@ void FieldStore::writeLists(const std::string& link, const Incoming& incoming, D
   const MemBase& array = *incoming.array;
   const auto* lists = static_cast<const std::vector<unsigned int>*>(array.getPtr());
   const HyperslabParameters lie = array.getHyperslabParameters();
+  const auto list = [&](std::uint64_t i) -> auto& { return lists[(lie.first + i) * lie.stride]; };
   std::vector<std::uint64_t> offsets = {0};
-  std::vector<unsigned int> values;
   offsets.reserve(array.nElements() + 1);
-  for (std::uint64_t i = 0; i < array.nElements(); ++i) {
-    const auto& list = lists[(lie.first + i) * lie.stride];
-    values.insert(values.end(), list.begin(), list.end());
-    offsets.push_back(values.size());
-  }
+  for (std::uint64_t i = 0; i < array.nElements(); ++i)
+    offsets.push_back(offsets.back() + list(i).size());
+  std::vector<unsigned int> values;
+  values.reserve(offsets.back());
+  Larder::bringMemory(values.data(), offsets.back() * sizeof(unsigned int));
+  for (std::uint64_t i = 0; i < array.nElements(); ++i)
+    values.insert(values.end(), list(i).begin(), list(i).end());
   Id object;
   hid_t offsetType = H5I_INVALID_HID;
   hid_t valueType = H5I_INVALID_HID;
