@@ -1,5 +1,6 @@
 #include "recast/raster/raster_walk.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -72,6 +73,25 @@ void Walk::row(const float* row, const float* below, const float* above, std::ui
   }
 }
 
+/// Has the system bring the memory of a cloud a part at a time, since a raster may hold few values.
+class MemoryAhead {
+ public:
+  explicit MemoryAhead(RasterCloud& cloud) : cloud_(cloud) {}
+  /// Makes sure of the next `elements` points and normals, for which there is room.
+  void bring(std::size_t elements) {
+    if (cloud_.points->size() + elements <= brought_) return;
+    const std::size_t part = std::min(cloud_.points->capacity() - brought_, kPart + elements);
+    Larder::bringMemory(cloud_.points->data() + brought_, part * sizeof(PhysicalSpace::point));
+    Larder::bringMemory(cloud_.normals->data() + brought_, part * sizeof(PhysicalSpace::bivector));
+    brought_ += part;
+  }
+
+ private:
+  static constexpr std::size_t kPart = std::size_t{1} << 21;
+  RasterCloud& cloud_;
+  std::size_t brought_ = 0;
+};
+
 }  // namespace
 
 RasterCloud walkRaster(const HeightArray& heights, double noData, const PhysicalSpace::vector& cell,
@@ -82,13 +102,16 @@ RasterCloud walkRaster(const HeightArray& heights, double noData, const Physical
   cloud.points = Larder::makeStrong<Larder::Chunk<PhysicalSpace::point>>(cells, true);
   cloud.normals = Larder::makeStrong<Larder::Chunk<PhysicalSpace::bivector>>(cells, true);
   if (heights.data == nullptr) return cloud;
+  MemoryAhead memory(cloud);
   const Walk walk{heights, noData, cell.x(), cell.y(), origin};
   const std::uint64_t rowStep = nx * heights.stride;
   const float* row = heights.data + heights.getHyperslabParameters().first * heights.stride;
   for (std::uint64_t k = 0; k < nz; ++k)
-    for (std::uint64_t j = 0; j < ny; ++j, row += rowStep)
+    for (std::uint64_t j = 0; j < ny; ++j, row += rowStep) {
+      memory.bring(nx);
       walk.row(row, j > 0 ? row - rowStep : nullptr, j + 1 < ny ? row + rowStep : nullptr, j,
                heights.stride, cloud);
+    }
   return cloud;
 }
 
