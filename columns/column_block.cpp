@@ -26,6 +26,14 @@ void ColumnBlock::grow() {
   plan_ = LinePlan(converter_);
 }
 
+void ColumnBlock::finish() {
+  resizeChunks(lines_);
+  // The chunks of many small files may stay in the cache, which counts elements and not their room.
+  forEachColumn(converter_, [](auto& column) {
+    if (column.Data->capacity() > 2 * column.Data->size()) column.Data->shrink_to_fit();
+  });
+}
+
 void ColumnBlock::resizeChunks(std::size_t size) {
   forEachColumn(converter_, [size](auto& column) {
     column.Data->resize(size, column.Constant ? column.Value : decltype(column.Value){});

@@ -23,7 +23,7 @@ class ColumnBlock {
     return true;
   }
   /// Brings every chunk to the size lines().
-  void finish() { resizeChunks(lines_); }
+  void finish();
 
   std::size_t lines() const { return lines_; }
 

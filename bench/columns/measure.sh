@@ -17,6 +17,7 @@ cd "$folder"
 
 # Converts FILE..., and prints seconds, seconds of processor time, and kB of memory at the peak.
 recast() {
+  sync  # what was written before is not to disturb
   /usr/bin/time -f "%e %U %S %M" -o usage "$build/bin/recast" columns -c point:Positions:0,1,2 \
     -c float:Intensity:3 -c rgb:Colour:4,5,6 -o out.q8 "$@" >/dev/null 2>&1
   awk '{ print $1, $2 + $3, $4 }' usage

@@ -29,9 +29,10 @@ std::array<double, 3> shiftsFor(const ArrayImage& image, const double* numbers, 
                                 std::size_t components) {
   std::array<double, 3> shifts{};
   for (std::size_t c = 0; c < components; ++c) {
-    const double low = image.extent.minimum[c];
-    const double high = image.extent.maximum[c];
-    const bool known = image.extent.kind == DataExtent::Kind::Box && std::isfinite(high - low);
+    const DataExtent extent = image.extent.value_or(DataExtent());
+    const double low = extent.minimum[c];
+    const double high = extent.maximum[c];
+    const bool known = extent.kind == DataExtent::Kind::Box && std::isfinite(high - low);
     shifts[c] = known ? shiftBetween(low, high) : shiftFor(numbers + c, count, components);
   }
   return shifts;
@@ -94,17 +95,19 @@ bool hasAllElements(const MemBase& array) {
          (!__builtin_mul_overflow(lie.first + elements - 1, lie.stride, &last) && last < lie.count);
 }
 
-ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules) {
+ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules, bool withExtent) {
   ArrayImage image;
   image.array = array;
   image.shape = array->getSize();
   image.numberSize = array->typeIndex().ComponentSize;
   if (array->nElements() == 0) return image;
   image.bytes = contiguousBytes(*array, image.own);
-  if (rules.computeExtent) image.extent = extentOf(*array, image.bytes);
   const QuiltTypeIndex& type = array->typeIndex();
-  if (rules.singlePrecision && type.ComponentTypeName == "double" && type.Components <= 3)
-    makeSingle(image, type.Components, rules.shift);
+  const bool single =
+      rules.singlePrecision && type.ComponentTypeName == "double" && type.Components <= 3;
+  if (rules.computeExtent && (withExtent || (single && rules.shift)))
+    image.extent = extentOf(*array, image.bytes);
+  if (single) makeSingle(image, type.Components, rules.shift);
   if (type.ComponentTypeName == "long double") clearPadding(image);
   return image;
 }

@@ -28,7 +28,7 @@ struct ArrayImage {
   std::size_t numberSize = 0;                  ///< bytes of one number in `bytes`
   bool single = false;                         ///< floats stand for the doubles of the array
   std::optional<std::array<double, 3>> shift;  ///< to be added to the components on reading
-  DataExtent extent;
+  std::optional<DataExtent> extent;            ///< where it was asked for
 
   MemBaseHandle array;         ///< keeps `bytes` alive
   std::vector<std::byte> own;  ///< the bytes, if they are not the array's own
@@ -38,6 +38,7 @@ struct ArrayImage {
 bool hasAllElements(const MemBase& array);
 
 /// Puts the image of an array together. Not for lists and computed arrays.
-ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules);
+/// \param withExtent whether to compute the extent, if the rules want it; a shift needs it anyway.
+ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules, bool withExtent);
 
 }  // namespace Quilt::Storage

@@ -312,11 +312,20 @@ void BundleWriter::write(Job& job, bool wanted) {
 
 /// Lets the system write to the disk while we compress, so that the end has little to wait for.
 void BundleWriter::startBringing(std::size_t bytes) {
+  using namespace std::chrono_literals;
   writtenBytes_ += bytes;
   if (writtenBytes_ < kBringBytes) return;
+  if (bringing_.valid() && bringing_.wait_for(0s) != std::future_status::ready) return;
   writtenBytes_ = 0;
-  const std::lock_guard lock(mutex_);
-  forEachOutput([](OutputFile& output) { output.partial->startBringing(); });
+  std::vector<const PartialFile*> files;
+  {
+    const std::lock_guard lock(mutex_);
+    forEachOutput([&files](OutputFile& output) { files.push_back(output.partial.get()); });
+  }
+  // It takes as long as to write, and is nothing to wait for.
+  bringing_ = std::async(std::launch::async, [files = std::move(files)] {
+    for (const PartialFile* file : files) file->startBringing();
+  });
 }
 
 void BundleWriter::remember(std::exception_ptr error) {
@@ -354,6 +363,7 @@ void BundleWriter::stopWorking() {
     handedOver_.notify_all();
   }
   if (thread_.joinable()) thread_.join();
+  if (bringing_.valid()) bringing_.wait();
 }
 
 void BundleWriter::complete(const Bundle& bundle) {

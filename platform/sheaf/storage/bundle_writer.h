@@ -118,7 +118,9 @@ class BundleWriter : public FragmentSink {
   std::map<std::string, std::string> externalPlaces_;  // place in the bundle, by file and path
   std::map<std::string, double> times_;                // by the names of their groups
 
-  std::size_t writtenBytes_ = 0;  // since the last `startBringing`; of the writing thread alone
+  // Of the writing thread alone.
+  std::size_t writtenBytes_ = 0;  // since the last `startBringing`
+  std::future<void> bringing_;    // what that began
   WorkPool pool_;
   std::thread thread_;
 };

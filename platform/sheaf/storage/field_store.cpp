@@ -128,7 +128,7 @@ void FieldStore::writeDataset(const std::string& link, Incoming& incoming, DataP
     writeFiltered(*file_, dataset, *prepared.plan, prepared.blocks);
   else
     writePlain(*file_, dataset, memoryType, *prepared.plan, image.bytes, image.numberSize);
-  noteExtent(*incoming.creator, image.extent);
+  noteExtent(*incoming.creator, prepared.extent());
 }
 
 bool FieldStore::writePacked(Incoming& incoming, DataPlace& data) {
@@ -146,7 +146,7 @@ bool FieldStore::writePacked(Incoming& incoming, DataPlace& data) {
   data.offset = packed_->elements();
   data.setShift(image.shift);
   packed_->append(image.bytes);
-  noteExtent(*incoming.creator, image.extent);
+  noteExtent(*incoming.creator, incoming.prepared->extent());
   const StoredHandle stored = remember(incoming, std::string(), data);
   if (tellsCreators_)
     waiting_.push_back({incoming.creator, stored, incoming.cache, packed_->elements()});
@@ -174,7 +174,9 @@ void FieldStore::writeLists(const std::string& link, const Incoming& incoming, D
   const MemBase& array = *incoming.array;
   const auto* lists = static_cast<const std::vector<unsigned int>*>(array.getPtr());
   const HyperslabParameters lie = array.getHyperslabParameters();
-  const auto list = [&](std::uint64_t i) -> auto& { return lists[(lie.first + i) * lie.stride]; };
+  const auto list = [&](std::uint64_t i) -> auto& {
+    return lists[(lie.first + i) * lie.stride];
+  };
   std::vector<std::uint64_t> offsets = {0};
   offsets.reserve(array.nElements() + 1);
   for (std::uint64_t i = 0; i < array.nElements(); ++i)

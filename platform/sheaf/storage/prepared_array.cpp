@@ -13,9 +13,12 @@ std::unique_ptr<BlockPlan> planFor(const ArrayImage& image, const StoreRules& ru
 PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool packed,
                       WorkPool* pool) {
   PreparedArray prepared;
-  const auto image = std::make_shared<const ArrayImage>(makeImage(array, rules));
+  const bool extentNow = packed || pool == nullptr;
+  const auto image = std::make_shared<const ArrayImage>(makeImage(array, rules, extentNow));
   prepared.image = image;
   if (packed) return prepared;
+  if (!image->extent && rules.computeExtent && !extentNow)
+    prepared.laterExtent = pool->run([array] { return extentOf(*array); });
   prepared.plan = planFor(*image, rules);
   if (rules.filter.level == 0) return prepared;
   const std::size_t fullBytes = prepared.plan->fullNumbers() * image->numberSize;

@@ -11,15 +11,22 @@
 
 namespace Quilt::Storage {
 
-/// An array on its way to the file: its image, and its filtered blocks as the pool makes them.
+/// An array on its way to the file: its image, and its filtered blocks and its extent as the pool
+/// makes them.
 struct PreparedArray {
   std::shared_ptr<const ArrayImage> image;         ///< shared with the tasks that filter it
   std::unique_ptr<BlockPlan> plan;                 ///< null for an array that goes packed
   std::vector<std::future<FilteredBlock>> blocks;  ///< empty for a plain dataset
+  std::future<DataExtent> laterExtent;             ///< valid if the image has none yet
+
+  /// Waits for the extent. To be asked for once; without meaning if the rules want none.
+  DataExtent extent() {
+    return laterExtent.valid() ? laterExtent.get() : image->extent.value_or(DataExtent());
+  }
 };
 
-/// Makes the image of an array, and lets `pool` filter it; without one, whoever waits for the
-/// blocks filters them. Not for lists and computed arrays.
+/// Makes the image of an array, and lets `pool` filter it and find its extent; without one, whoever
+/// waits for the blocks filters them. Not for lists and computed arrays.
 PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool packed,
                       WorkPool* pool);
 
