@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <numeric>
 
 #include "recast/larder/console.h"
@@ -43,18 +44,49 @@ Quilt::BundlePtr openOutput(const ParaBox& box) {
   return output;
 }
 
+/// Gives the positions of one source fragment after the other, and reads the next ones meanwhile.
+class PositionsAhead {
+ public:
+  PositionsAhead(const ParaBox& box, const Quilt::Field& positions,
+                 const PointAssignment& assignment)
+      : box_(box), positions_(positions), assignment_(assignment) {
+    readNext();
+  }
+
+  /// \return false behind the last fragment that has positions within reach of the lattice.
+  bool next(std::uint32_t& source, Quilt::MemBaseHandle& array) {
+    if (!reading_.valid()) return false;
+    source = next_ - 1;
+    array = reading_.get();
+    readNext();
+    return true;
+  }
+
+ private:
+  void readNext() {
+    while (next_ < box_.SourceFragments.size()) {
+      const auto creator = positions_.getCreator(box_.SourceFragments[next_++]);
+      if (!creator || !assignment_.mayReach(creator->extent())) continue;
+      reading_ = std::async(std::launch::async, [creator] {
+        const std::lock_guard lock(dataModelLock());
+        return fetchData(creator);
+      });
+      return;
+    }
+  }
+
+  const ParaBox& box_;
+  const Quilt::Field& positions_;
+  const PointAssignment& assignment_;
+  std::uint32_t next_ = 0;
+  std::future<Quilt::MemBaseHandle> reading_;
+};
+
 /// Adds the points of one source fragment to the lists of the running pass.
-void assignFragment(ParaBox& box, const Quilt::Field& positions, std::uint32_t source,
+void assignFragment(ParaBox& box, const Quilt::MemBaseHandle& array, std::uint32_t source,
                     PointAssignment& assignment) {
   const auto& fragment = box.SourceFragments[source];
-  const auto creator = positions.getCreator(fragment);
-  if (!creator || !assignment.mayReach(creator->extent())) return;
-  Quilt::MemBaseHandle array;
   std::vector<std::byte> own;
-  {
-    const std::lock_guard lock(dataModelLock());
-    array = fetchData(creator);
-  }
   const auto bytes = elementsOf(array, typeid(Heron::PhysicalSpace::point),
                                 Quilt::Representation::kPositions, fragment->name(), own);
   box.SourcePoints[source] = array->nElements();
@@ -67,11 +99,17 @@ void assignPoints(ParaBox& box, const Quilt::Field& positions,
                   const std::vector<std::uint32_t>& rankOfSource) {
   PointAssignment assignment(box.lattice(), box.Overlap);
   box.IndexLists = IndexLists(box.share());
-  for (std::uint32_t source = 0; source < box.SourceFragments.size(); ++source) {
-    box.reportSteps("IdxList", 1);
-    // A pass beyond the last fragment has nothing to look for.
-    if (box.IndexLists.share().slots() > 0) assignFragment(box, positions, source, assignment);
+  std::uint32_t reported = 0;
+  // A pass beyond the last fragment has nothing to look for.
+  if (box.IndexLists.share().slots() > 0) {
+    PositionsAhead ahead(box, positions, assignment);
+    Quilt::MemBaseHandle array;
+    for (std::uint32_t source = 0; ahead.next(source, array);) {
+      for (; reported <= source; ++reported) box.reportSteps("IdxList", 1);
+      assignFragment(box, array, source, assignment);
+    }
   }
+  for (; reported < box.SourceFragments.size(); ++reported) box.reportSteps("IdxList", 1);
   box.IndexLists.orderBy(rankOfSource);
   box.PointsThisPass = box.IndexLists.points();
 }

@@ -219,14 +219,15 @@ BENCHMARK(Scan)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(CopyInMemory)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(Gather)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(ScanAndGather)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(PlainCopy)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(PlainCopy)->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProcessCPUTime();
 BENCHMARK(WholeRun)
     ->ArgNames({"threads", "compression"})
     ->Args({2, -1})
     ->Args({1, 1})
     ->Args({2, 1})
     ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
+    ->UseRealTime()
+    ->MeasureProcessCPUTime();
 
 }  // namespace
 

@@ -12,7 +12,7 @@ namespace Larder {
 namespace {
 
 /// Below this memory comes from the heap's free store, which mostly has its pages.
-constexpr std::size_t kWorthwhile = std::size_t{4} << 20;
+constexpr std::size_t kWorthwhile = std::size_t{1} << 20;
 /// A thread is worth its start for so much.
 constexpr std::size_t kPerThread = std::size_t{16} << 20;
 constexpr std::size_t kMostThreads = 4;
