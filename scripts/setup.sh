@@ -11,7 +11,8 @@ packages=(
   libgtest-dev libgmock-dev
   clang-format locales hdf5-tools python3-h5py  # the tests look at files with these
 )
-[ "${1:-}" != --bench ] || packages+=(libbenchmark-dev gdal-bin hyperfine python3-mapbox-earcut)
+[ "${1:-}" != --bench ] || packages+=(libbenchmark-dev gdal-bin hyperfine
+  time python3-mapbox-earcut python3-numpy python3-pandas)
 
 missing=()
 for package in "${packages[@]}"; do
