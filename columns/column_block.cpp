@@ -7,6 +7,9 @@ namespace {
 
 /// Elements that the chunks grow by: zeroed and filled while they are in the cache.
 constexpr std::size_t kGrowth = 4096;
+/// Elements whose memory is brought together. Not all of a block: the estimate of its lines may be
+/// far too high.
+constexpr std::size_t kBroughtAtOnce = std::size_t{1} << 21;
 
 }  // namespace
 
@@ -14,16 +17,24 @@ void ColumnBlock::start(std::uint64_t expectedLines) {
   const auto room = std::min<std::uint64_t>(expectedLines, kColumnBlockLines);
   forEachColumn(converter_, [room]<class T>(myColumn<T>& column) {
     column.Data = Larder::makeStrong<Larder::Chunk<T>>(room, true);
-    Larder::bringMemory(column.Data->data(), room * sizeof(T));
   });
   plan_ = LinePlan(converter_);
-  lines_ = room_ = 0;
+  lines_ = room_ = brought_ = 0;
 }
 
 void ColumnBlock::grow() {
+  if (room_ >= brought_) bringMemory();
   room_ = std::min(room_ + kGrowth, kColumnBlockLines);
   resizeChunks(room_);
   plan_ = LinePlan(converter_);
+}
+
+void ColumnBlock::bringMemory() {
+  brought_ = room_ + kBroughtAtOnce;
+  forEachColumn(converter_, [this]<class T>(myColumn<T>& column) {
+    const std::size_t end = std::min(column.Data->capacity(), brought_);
+    if (end > room_) Larder::bringMemory(column.Data->data() + room_, (end - room_) * sizeof(T));
+  });
 }
 
 void ColumnBlock::finish() {

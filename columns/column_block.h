@@ -29,12 +29,15 @@ class ColumnBlock {
 
  private:
   void grow();
+  /// Has the system bring the memory of the next lines, as far as there is room.
+  void bringMemory();
   void resizeChunks(std::size_t size);
 
   ColumnAsciiToPointCloudQ8& converter_;
   LinePlan plan_;
   std::size_t lines_ = 0;
-  std::size_t room_ = 0;  // elements that the chunks have
+  std::size_t room_ = 0;     // elements that the chunks have
+  std::size_t brought_ = 0;  // elements whose memory was brought, if there was room for them
 };
 
 }  // namespace Recast

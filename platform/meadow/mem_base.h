@@ -64,25 +64,26 @@ class RECAST_API MemBase : public Larder::Cacheable, public Larder::Intercube {
   /// The array with memory of its own; one that has it already gives itself.
   virtual MemBaseHandle makeMemArray(const WeakCreator& creator);
 
-  // The next five give null, or false, where an array does not offer the operation. `creator`, which
-  // may be null, goes to the new array. None of them locks.
+  // The next five give null, or false, where an array does not offer the operation. `creator`,
+  // which may be null, goes to the new array. None of them locks.
 
-  /// One component of each element, as an array of the same shape and of the component type: element
-  /// i is component `component` of this array's element i. It shares the memory, whose chunk it keeps
-  /// alive; writing through it changes this array. A plain number, or a list of indices, has one
-  /// component, itself. \return null for a component that there is not, and without memory
+  /// One component of each element, as an array of the same shape and of the component type:
+  /// element i is component `component` of this array's element i. It shares the memory, whose
+  /// chunk it keeps alive; writing through it changes this array. A plain number, or a list of
+  /// indices, has one component, itself. \return null for a component that there is not, and
+  /// without memory
   virtual MemBaseHandle getComponentArray(int component, const WeakCreator& creator);
-  /// A new array with a copy of the box of `size` elements at `origin`. The box must lie inside, which
-  /// nothing tests. \return null if the rank of `origin` or `size` is another
+  /// A new array with a copy of the box of `size` elements at `origin`. The box must lie inside,
+  /// which nothing tests. \return null if the rank of `origin` or `size` is another
   virtual MemBaseHandle createSubArray(const DynamicSize& origin, const DynamicSize& size,
                                        const WeakCreator& creator);
   /// An array of this one's shape over `chunk`, which is not copied. \return null if that does not
   /// have exactly the elements of the shape
   virtual MemBaseHandle createEquallySizedMemArray(
       const Larder::StrongPtr<Larder::ChunkBase>& chunk, const WeakCreator& creator);
-  /// Copies all elements of `chunk` into the memory of this array; what is not this array's in there
-  /// is overwritten too. \return false, with nothing changed, if the chunk has other elements or
-  /// another number of them than this array's
+  /// Copies all elements of `chunk` into the memory of this array; what is not this array's in
+  /// there is overwritten too. \return false, with nothing changed, if the chunk has other elements
+  /// or another number of them than this array's
   virtual bool copyFrom(const Larder::StrongPtr<Larder::ChunkBase>& chunk);
   /// An array that looks at a copy of the whole chunk as this one looks at the chunk.
   /// \return null without memory
