@@ -54,8 +54,9 @@ function(recast_shared_library)
   target_link_libraries(recast PRIVATE ${components} ${libraries})
   foreach(component IN LISTS components)
     target_include_directories(recast INTERFACE
-      $<TARGET_PROPERTY:${component},INTERFACE_INCLUDE_DIRECTORIES>)
+      $<BUILD_INTERFACE:$<TARGET_PROPERTY:${component},INTERFACE_INCLUDE_DIRECTORIES>>)
   endforeach()
+  target_include_directories(recast INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(recast INTERFACE cxx_std_20)
   if(RECAST_SANITIZE)
     # The sanitizers' runtime has to be loaded before the library, so programs bring it.
