@@ -73,7 +73,8 @@ class TreeText {
     const Json& fragments = field["fragments"];
     std::uint64_t elements = 0;
     for (const Json& fragment : fragments) elements += fragment["elements"].get<std::uint64_t>();
-    std::string head = "field " + field["name"].dump() + ": " + field["type"].get<std::string>();
+    const auto type = field["type"].get<std::string>();
+    std::string head = "field " + field["name"].dump() + ": " + (type.empty() ? "no data" : type);
     if (!fragments.empty())
       head += ", " + std::to_string(elements) + " elements in " + std::to_string(fragments.size()) +
               " of " + field["identifiers"].dump() + " fragments";
