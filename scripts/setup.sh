@@ -2,7 +2,9 @@
 # Installs what building, testing and measuring recast needs on Debian 12. Safe to run again: it
 # installs only what is missing.
 #
-#   scripts/setup.sh [--bench]     --bench adds the programs that the benchmarks compare with
+#   scripts/setup.sh [--bench | --reference]
+#
+# --bench adds the programs that the benchmarks compare with, --reference what makes the reference.
 set -euo pipefail
 
 packages=(
@@ -13,6 +15,7 @@ packages=(
 )
 [ "${1:-}" != --bench ] || packages+=(libbenchmark-dev gdal-bin hyperfine
   time python3-mapbox-earcut python3-numpy python3-pandas)
+[ "${1:-}" != --reference ] || packages+=(doxygen)
 
 missing=()
 for package in "${packages[@]}"; do
