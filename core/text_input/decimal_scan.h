@@ -23,21 +23,56 @@ constexpr unsigned digitOf(char c) {
   return static_cast<unsigned char>(c - '0');
 }
 
+/// Eight characters of a text, the first one in the lowest byte, with digits as 0 to 9 and all else
+/// as more. For little-endian machines alone.
+inline std::uint64_t eightCharacters(const char* at) {
+  std::uint64_t x;
+  std::memcpy(&x, at, 8);
+  return x ^ 0x3030303030303030;
+}
+
+/// The highest bit of each of the eight characters that is no digit.
+inline std::uint64_t markedNoDigits(std::uint64_t eight) {
+  return (((eight & 0x7f7f7f7f7f7f7f7f) + 0x7676767676767676) | eight) & 0x8080808080808080;
+}
+
+/// The number of eight digits.
+inline std::uint64_t numberOfDigits(std::uint64_t eight) {
+  // Pairs of digits, then of pairs, then of fours.
+  eight = eight * 10 + (eight >> 8);
+  constexpr std::uint64_t kEveryFourth = 0x000000ff000000ff;
+  eight = (eight & kEveryFourth) * (100 + (std::uint64_t{1000000} << 32)) +
+          ((eight >> 16) & kEveryFourth) * (1 + (std::uint64_t{10000} << 32));
+  return eight >> 32;
+}
+
 /// True if the text has eight digits at `at`, whose number then comes in `number`.
 /// `end` - `at` must be at least 8.
 inline bool eightDigits(const char* at, std::uint64_t& number) {
   if constexpr (std::endian::native != std::endian::little) return false;
-  std::uint64_t x;
-  std::memcpy(&x, at, 8);
-  x ^= 0x3030303030303030;  // digits become 0 to 9, all else more
-  if ((((x & 0x7f7f7f7f7f7f7f7f) + 0x7676767676767676) | x) & 0x8080808080808080) return false;
-  // Pairs of digits, then of pairs, then of fours; the first digit is in the lowest byte.
-  x = x * 10 + (x >> 8);
-  constexpr std::uint64_t kEveryFourth = 0x000000ff000000ff;
-  x = (x & kEveryFourth) * (100 + (std::uint64_t{1000000} << 32)) +
-      ((x >> 16) & kEveryFourth) * (1 + (std::uint64_t{10000} << 32));
-  number = x >> 32;
+  const std::uint64_t eight = eightCharacters(at);
+  if (markedNoDigits(eight) != 0) return false;
+  number = numberOfDigits(eight);
   return true;
+}
+
+/// Reads one to seven digits at `at` without a branch on how many there are, which can't be
+/// foreseen where small numbers of one to three digits follow each other. At least 8 characters
+/// before `end` must be the text's. \return the place behind the last digit; null for no or more
+/// digits.
+inline const char* readFewDigits(const char* at, const char* end, std::uint64_t& number) {
+  if constexpr (std::endian::native != std::endian::little) return nullptr;
+  const char* const from = end - at < 8 ? end - 8 : at;
+  const auto behind = 8 * static_cast<unsigned>(at - from);
+  // What is behind the end comes as characters that are no digits.
+  std::uint64_t eight = eightCharacters(from);
+  if (behind != 0) eight = (eight >> behind) | (~std::uint64_t{0} << (64 - behind));
+  const std::uint64_t marked = markedNoDigits(eight);
+  if (marked == 0) return nullptr;
+  const auto digits = static_cast<unsigned>(std::countr_zero(marked)) / 8;
+  if (digits == 0) return nullptr;
+  number = numberOfDigits(eight << (64 - 8 * digits));
+  return at + digits;
 }
 
 /// Appends the digits at `at` to `number`, which wraps around behind the 19th.

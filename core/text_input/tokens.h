@@ -20,7 +20,8 @@ class TokenWalk {
       : at_(text.data()),
         end_(text.data() + text.size()),
         delimiter_(delimiter),
-        endsNumbers_(!mayStandInDecimal(delimiter)) {}
+        endsNumbers_(!mayStandInDecimal(delimiter)),
+        isLong_(text.size() >= 8) {}
 
   /// Gives the next token. \return false if there is none.
   bool next(std::string_view& token) {
@@ -36,6 +37,8 @@ class TokenWalk {
   template <NumberType T>
   [[gnu::always_inline]] bool next(Number<T>& number) {
     if (!atToken()) return false;
+    if constexpr (std::integral<T>)
+      if (endsNumbers_ && isLong_ && nextOfFewDigits(number)) return true;
     if (endsNumbers_ && Detail::plainNumber(at_, end_, number)) {
       at_ = number.reached;
       if (at_ != end_ && *at_ != delimiter_) toTokenEnd();
@@ -58,6 +61,16 @@ class TokenWalk {
   static constexpr bool mayStandInDecimal(char c) {
     return Detail::digitOf(c) <= 9 || c == '+' || c == '-' || c == '.' || c == 'e' || c == 'E';
   }
+  template <NumberType T>
+  bool nextOfFewDigits(Number<T>& number) {
+    std::uint64_t digits = 0;
+    const char* const last = Detail::readFewDigits(at_, end_, digits);
+    if (last == nullptr) return false;
+    number = {static_cast<T>(digits), NumberStatus::kConverted, last};
+    at_ = last;
+    if (at_ != end_ && *at_ != delimiter_) toTokenEnd();
+    return true;
+  }
   bool atToken() {
     while (at_ != end_ && *at_ == delimiter_) ++at_;
     return at_ != end_;
@@ -70,6 +83,7 @@ class TokenWalk {
   const char* end_;
   char delimiter_;
   bool endsNumbers_;
+  bool isLong_;  ///< eight characters or more
 };
 
 inline std::size_t countTokens(std::string_view text, char delimiter) {
