@@ -10,7 +10,7 @@ struct ShellSurface {
   SurfaceLists lists;
   /// One building identifier per triangle, 0 for none; stays empty until there is one.
   Larder::StrongPtr<Larder::Chunk<unsigned int>, Larder::ChunkBase> identifiers =
-      Larder::makeStrong<Larder::Chunk<unsigned int>>(100000, true);
+      Larder::makeStrong<Larder::Chunk<unsigned int>>(std::size_t{100000}, true);
 
   /// Gives the triangles that have no identifier the identifier 0, if others have one.
   void alignIdentifiers() {
