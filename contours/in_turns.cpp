@@ -1,5 +1,8 @@
 #include "recast/contours/in_turns.h"
 
+#include <condition_variable>
+#include <exception>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <vector>

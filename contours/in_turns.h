@@ -1,10 +1,7 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
-#include <exception>
 #include <functional>
-#include <mutex>
 
 namespace Recast::Contours {
 

@@ -46,9 +46,10 @@ std::size_t LevelSweep::run(std::span<const float> levels, ContourOutput& output
   const Expected expected = expectedVertices(levels);
   reserveMore(output.Points, expected.ofAll);
   const std::size_t groups = (levels.size() + levelsAtOnce_ - 1) / levelsAtOnce_;
-  while (nets_.size() < threadsFor(groups)) nets_.emplace_back(levelsAtOnce_);
+  const std::size_t threads = threadsFor(groups);
+  while (nets_.size() < threads) nets_.emplace_back(levelsAtOnce_);
   std::size_t stitched = 0;
-  inTurns(threadsFor(groups), groups, [&](std::size_t thread, std::size_t group, Turn& turn) {
+  inTurns(threads, groups, [&](std::size_t thread, std::size_t group, Turn& turn) {
     const std::size_t first = group * levelsAtOnce_;
     const std::size_t count = std::min(levels.size() - first, levelsAtOnce_);
     const auto nets = std::span(nets_[thread]).first(count);
@@ -83,13 +84,13 @@ LevelSweep::Expected LevelSweep::expectedVertices(std::span<const float> levels)
   return expected;
 }
 
-/// As many as have something to do beside the one that stitches, which takes half as long as to
-/// scan.
+/// Stitching, one thread at a time, takes half as long as scanning: a fourth thread would wait.
 std::size_t LevelSweep::threadsFor(std::size_t groups) const {
   constexpr std::size_t kMost = 3;
   constexpr Index kWorthAThread = Index{1} << 17;
   if (index_.cells().width() * index_.cells().height() < kWorthAThread) return 1;
-  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, std::min(groups, kMost));
+  const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+  return std::min({cores, kMost, std::max<std::size_t>(groups, 1)});
 }
 
 void LevelSweep::scan(std::span<EdgeNet> nets) const {

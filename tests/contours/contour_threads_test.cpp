@@ -35,6 +35,7 @@ TEST(ContourThreads, GiveTheLinesOfOneThreadInItsOrder) {
   for (int round = 0; round < 2; ++round)
     for (const float& level : levels) stitched -= tracer.trace({&level, 1}, apart);
   EXPECT_EQ(stitched, 0U);
+  EXPECT_EQ(tracer.trace({}, apart), 0U);
   EXPECT_GT(together.Points.size(), 10'000U);
   EXPECT_TRUE(together.Lines == apart.Lines);
   EXPECT_TRUE(together.Points == apart.Points);

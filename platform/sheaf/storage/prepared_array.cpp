@@ -18,7 +18,9 @@ PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool 
   prepared.image = image;
   if (packed) return prepared;
   if (!image->extent && rules.computeExtent && !extentNow)
-    prepared.laterExtent = pool->run([array] { return extentOf(*array); });
+    prepared.laterExtent = pool->run([image] {
+      return image->single ? extentOf(*image->array) : extentOf(*image->array, image->bytes);
+    });
   prepared.plan = planFor(*image, rules);
   if (rules.filter.level == 0) return prepared;
   const std::size_t fullBytes = prepared.plan->fullNumbers() * image->numberSize;
