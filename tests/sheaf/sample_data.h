@@ -110,4 +110,12 @@ inline Quilt::StorageHandle compressed(int level) {
   return rules;
 }
 
+/// The one element of an attribute. \throw std::runtime_error if there is none
+template <class T>
+T attributeValue(const Larder::Attributes& attributes, const std::string& name) {
+  const auto chunk = attributes.getAttribute(name).castTo<Larder::Chunk<T>>();
+  if (!chunk || chunk->size() != 1) throw std::runtime_error("no attribute " + name);
+  return (*chunk)[0];
+}
+
 }  // namespace TestSupport
