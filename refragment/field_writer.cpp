@@ -1,13 +1,12 @@
 #include "recast/refragment/field_writer.h"
 
-#include <array>
-#include <atomic>
 #include <mutex>
+#include <type_traits>
 
 #include "recast/refragment/parallel_loop.h"
 #include "recast/refragment/source_arrays.h"
+#include "recast/refragment/target_arrays.h"
 #include "recast/swath/cell_size.h"
-#include "recast/typed_arrays/mem_array.h"
 
 namespace Recast {
 namespace {
@@ -15,6 +14,8 @@ namespace {
 constexpr const char* kWriteStep = "Write";
 /// Fewer values than this are gathered before another thread has woken up.
 constexpr std::uint64_t kWorthASecondThread = 1024;
+/// Targets of fewer bytes on average are small.
+constexpr std::uint64_t kSmallTargetBytes = 4096;
 
 /// Per source fragment whether the field has no data for it.
 std::vector<bool> absentIn(const Quilt::Field& field, const ParaBox& box) {
@@ -27,9 +28,7 @@ std::vector<bool> absentIn(const Quilt::Field& field, const ParaBox& box) {
 /// One field in one pass.
 ///
 /// The workers go through the source, segment by segment, so that every source array is read once
-/// and only a few are in memory. A target array comes into being with its first points and leaves
-/// with its last ones: a cloud whose source fragments are compact has few of them in memory at
-/// once, and none has more than those of the pass.
+/// and only a few are in memory. No target array has values of another pass.
 template <class T>
 class FieldWriter {
  public:
@@ -41,91 +40,87 @@ class FieldWriter {
         absent_(absentIn(*source, box)),
         available_(box.IndexLists.layOut(absent_)),
         sources_(box, name, source, typeid(T), absent_),
-        arrays_(box.IndexLists.share().slots()) {}
+        sizes_(box.IndexLists.share().slots()) {}
 
   void write() {
     std::uint64_t written = 0;
-    for (std::uint32_t slot = 0; slot < arrays_.size(); ++slot) {
+    for (std::uint32_t slot = 0; slot < sizes_.size(); ++slot) {
       const auto size = static_cast<std::uint32_t>(box_.IndexLists.count(slot));
       if (size <= box_.FragLow) continue;
-      arrays_[slot].size = size;
-      arrays_[slot].missing = available_[slot];
+      sizes_[slot] = size;
       ++written;
     }
     box_.reportSteps(kWriteStep, box_.TargetFrags.product() - written);
-    const auto& segments = box_.IndexLists.segments();
-    const int threads = box_.IndexLists.points() < kWorthASecondThread ? 1 : box_.Threads;
-    forEachInParallel(threads, segments.size(), [&](std::uint64_t i) { distribute(segments[i]); });
-    // What no source fragment has data for stays as it was made.
-    for (std::uint32_t slot = 0; slot < arrays_.size(); ++slot)
-      if (arrays_[slot].size > 0 && available_[slot] == 0) {
-        elements(arrays_[slot]);
-        handOver(slot);
-      }
+    if (box_.IndexLists.points() * sizeof(T) < written * kSmallTargetBytes)
+      writeTogether();
+    else
+      writeEach();
   }
 
  private:
-  using Array = Quilt::MemArray<1, T>;
-  /// All that a run needs of its target, in half a cache line.
-  struct alignas(32) TargetArray {
-    std::atomic<T*> elements{nullptr};
-    std::atomic<std::uint32_t> missing{0};  // values still to come
-    std::uint32_t size = 0;                 // 0 for a target that is not written
-    Larder::StrongPtr<Array, Larder::Cacheable> array;
-  };
+  void writeEach() {
+    TargetArrays<T> targets(sizes_, available_);
+    distribute(targets);
+    // What no source fragment has data for stays as it was made.
+    for (std::uint32_t slot = 0; slot < sizes_.size(); ++slot)
+      if (available_[slot] == 0 && targets.elements(slot) != nullptr)
+        handOver(slot, targets.take(slot));
+  }
 
-  void distribute(const IndexLists::Segment& segment) {
+  void writeTogether() {
+    TargetBlock<T> targets(sizes_);
+    distribute(targets);
+    // One thread does it: two would wait for each other all the time.
+    for (std::uint32_t slot = 0; slot < sizes_.size(); ++slot)
+      if (sizes_[slot] > 0) handOver(slot, targets.take(slot));
+  }
+
+  template <class Targets>
+  void distribute(Targets& targets) {
+    const auto& segments = box_.IndexLists.segments();
+    const int threads = box_.IndexLists.points() < kWorthASecondThread ? 1 : box_.Threads;
+    forEachInParallel(threads, segments.size(),
+                      [&](std::uint64_t i) { distribute(segments[i], targets); });
+  }
+
+  template <class Targets>
+  void distribute(const IndexLists::Segment& segment, Targets& targets) {
     if (absent_[segment.source]) return;
     const SourceArrays::Use use(sources_, segment.source);
     const T* from = reinterpret_cast<const T*>(use.elements()) + segment.firstPoint;
     for (std::size_t i = 0; i < segment.numberOfRuns(); ++i) {
-      prefetchFor(segment, i);
+      if constexpr (std::is_same_v<Targets, TargetBlock<T>>) prefetchFor(segment, i, targets);
       const IndexLists::Run& run = segment.runs[i];
-      TargetArray& target = arrays_[run.slot];
-      if (target.size == 0) continue;
+      T* to = targets.elements(run.slot);
+      if (to == nullptr) continue;
+      to += run.start;
       const auto indices = segment.indicesOf(i);
-      T* to = elements(target) + run.start;
       for (const std::uint16_t index : indices) *to++ = from[index];
-      const auto size = static_cast<std::uint32_t>(indices.size());
-      if (target.missing.fetch_sub(size) == size) handOver(run.slot);
+      if (targets.came(run.slot, static_cast<std::uint32_t>(indices.size())))
+        handOver(run.slot, targets.take(run.slot));
     }
   }
 
   /// With very many targets a run is short, and it is the way to its target that takes the time.
-  void prefetchFor(const IndexLists::Segment& segment, std::size_t run) const {
+  static void prefetchFor(const IndexLists::Segment& segment, std::size_t run,
+                          const TargetBlock<T>& targets) {
     constexpr std::size_t kTargetAhead = 16;
     constexpr std::size_t kElementsAhead = 8;
-    const auto& runs = segment.runs;
     if (run + kTargetAhead >= segment.numberOfRuns()) return;
-    __builtin_prefetch(&arrays_[runs[run + kTargetAhead].slot]);
-    const IndexLists::Run& near = runs[run + kElementsAhead];
-    if (const T* elements = arrays_[near.slot].elements.load(std::memory_order_relaxed))
-      __builtin_prefetch(elements + near.start, 1);
+    targets.prefetch(segment.runs[run + kTargetAhead].slot);
+    const IndexLists::Run& near = segment.runs[run + kElementsAhead];
+    targets.prefetch(near.slot, near.start);
   }
 
-  /// The elements of a target's array, which is made at the first request.
-  T* elements(TargetArray& target) {
-    if (T* present = target.elements.load()) return present;
-    const auto place = static_cast<std::size_t>(&target - arrays_.data());
-    const std::lock_guard lock(making_[place % making_.size()]);
-    if (T* present = target.elements.load()) return present;
-    target.array = Larder::makeStrong<Array>(Quilt::MultiIndex<1>(target.size), nullptr);
-    target.elements = target.array->data;
-    return target.array->data;
-  }
-
-  void handOver(std::uint32_t slot) {
-    const auto array = std::move(arrays_[slot].array);
-    auto& cache = Larder::Cache::MemCache();
+  void handOver(std::uint32_t slot, const Quilt::MemBaseHandle& array) {
     {
       const std::lock_guard lock(dataModelLock());
       const auto fragment = target_->getFragmentIDCollection()->findFragmentID(
           box_.IndexLists.share().fragmentOf(slot));
-      const auto creator = target_->setPersistentData(array, fragment, cache, "");
+      const auto creator =
+          target_->setPersistentData(array, fragment, Larder::Cache::MemCache(), "");
       if (isPositions_) Swath::setCellSizeAttribute(creator, -1.0);
-      // Nobody reads the output again: the cache is for what is read.
-      creator->enableCaching(false);
-      cache.drop(*array);
+      target_->letGo(fragment);  // nobody reads the output again
     }
     box_.reportSteps(kWriteStep, 1);
   }
@@ -136,8 +131,7 @@ class FieldWriter {
   std::vector<bool> absent_;
   const std::vector<std::uint32_t>& available_;
   SourceArrays sources_;
-  std::vector<TargetArray> arrays_;  // by slot
-  std::array<std::mutex, 64> making_;
+  std::vector<std::uint32_t> sizes_;  // by slot, 0 for a target that is not written
 };
 
 /// Writes the field if its elements are of type T.

@@ -39,6 +39,7 @@ class RECAST_API Intercube {
   StrongPtr<I, InterfaceBase> findInterface() const {
     return StrongPtr<I, InterfaceBase>(dynamic_cast<I*>(findInterface(typeid(I)).rawptr()));
   }
+  bool hasInterfaces() const { return !interfaces_.empty(); }
 
  protected:
   Intercube() = default;

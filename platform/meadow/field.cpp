@@ -102,6 +102,18 @@ void Field::handOver(const Larder::StrongPtr<FragmentID>& fragment, const Creato
     sink->store(*place_, *this, fragment, creator, array, cache);
 }
 
+void Field::letGo(const Larder::StrongPtr<FragmentID>& fragment) {
+  if (!fragments_ || !fragment || !fragment->belongsTo(*fragments_)) return;
+  const std::uint32_t number = fragment->number();
+  CreatorHandle creator = madeCreator(number);
+  if (!creator) return;
+  creator->letGo();
+  const auto sink = place_ && place_->Anchor ? place_->Anchor->sink() : nullptr;
+  if (!sink || !sink->takeOver(*place_, *this, number, creator)) return;
+  const std::lock_guard lock(mutex_);
+  if (number < creators_.size() && creators_[number] == creator) creators_[number].reset();
+}
+
 CreatorHandle Field::createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                                    OnExistingData onExisting, Larder::Cache& cache) {
   const bool undivided = fragmentName.empty();
@@ -203,6 +215,11 @@ void Field::setSource(const Larder::StrongPtr<FieldSource>& source, const std::s
   const std::lock_guard lock(mutex_);
   source_ = source;
   typeName_ = typeName;
+}
+
+Larder::StrongPtr<FieldSource> Field::source() const {
+  const std::lock_guard lock(mutex_);
+  return source_;
 }
 
 CreatorHandle Field::madeCreator(std::uint32_t number) const {

@@ -40,6 +40,8 @@ class RECAST_API FieldSource : public Larder::ReferenceBase<FieldSource> {
   virtual CreatorHandle makeWholeCreator() = 0;
   /// Whether there is data for the fragment of that number.
   virtual bool holds(std::uint32_t number) const = 0;
+  /// The source that the field had before, which this one asks too; null if there was none.
+  virtual Larder::StrongPtr<FieldSource> former() const = 0;
 };
 
 /// What `createCreator` does with a fragment name that has data already.
@@ -93,6 +95,12 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   CreatorHandle createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                               OnExistingData onExisting, Larder::Cache& cache);
 
+  /// Lets memory go of what the file can give again: of the fragment's array, and of its creator
+  /// with its attributes where there are too many to keep them. Look-ups find the fragment as
+  /// before. For data that is not expected to be asked for soon: attributes that are set later, on
+  /// a creator that somebody kept, are not stored.
+  void letGo(const Larder::StrongPtr<FragmentID>& fragment);
+
   /// The creator of the fragment's data, of the undivided data if `fragment` is null; null if there
   /// is none. An identifier of another collection finds nothing.
   CreatorHandle getCreator(const Larder::StrongPtr<FragmentID>& fragment) const;
@@ -126,7 +134,7 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   Larder::StrongPtr<Placement> placement() const { return place_; }
   /// For the storage: sets what a file holds of the field.
   void setSource(const Larder::StrongPtr<FieldSource>& source, const std::string& typeName);
-  Larder::StrongPtr<FieldSource> source() const { return source_; }
+  Larder::StrongPtr<FieldSource> source() const;
   /// For the storage: the creator of that number if it was made; does not ask the source.
   CreatorHandle madeCreator(std::uint32_t number) const;
   CreatorHandle madeWholeCreator() const;

@@ -63,6 +63,7 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
 
 BundleWriter::~BundleWriter() {
   stopWorking();
+  lastStore_ = nullptr;
   stores_.clear();
   // Files that were not completed are lost: what HDF5 still holds of them need not be written.
   forEachOutput([](OutputFile& output) { output.file->abandon(); });
@@ -101,12 +102,24 @@ void BundleWriter::store(const Placement& place, const Field& field,
       storage_->setFieldPacking(place.FieldName,
                                 field.getFragmentIDCollection()->NumberOfFragmentIDs());
   job.isPlain = !isList && !computed;
+  // A small piece of a packed dataset is in there sooner than another thread hears of it.
+  if (job.incoming.packed && job.bytes <= kSmallBytes && job.store->queued == 0) {
+    write(job, true);
+    throwFirstError();
+    return;
+  }
   if (job.isPlain && job.bytes > kSmallBytes)
     job.preparing =
         pool_.run([this, array, rules = job.incoming.rules, packed = job.incoming.packed] {
           return prepare(array, rules, packed, &pool_);
         });
+  ++job.store->queued;
   enqueue(std::move(job));
+}
+
+bool BundleWriter::takeOver(const Placement& place, Field& field, std::uint32_t number,
+                            const CreatorHandle& creator) {
+  return tellCreators_ && storeOf(place, field)->release(field, number, creator);
 }
 
 bool BundleWriter::isWanted(const Placement& place, const Field& field,
@@ -133,6 +146,17 @@ std::shared_ptr<FieldStore> BundleWriter::storeOf(const Placement& place, const 
   const auto type = field.getElementType();
   const std::string typeName = type ? type->TypeName : std::string();
   const std::lock_guard lock(mutex_);
+  // A field with very many fragments hands over one after the other.
+  if (lastPlace_.rawptr() == &place && lastStore_->belongsTo(field) &&
+      lastStore_->typeName() == typeName)
+    return lastStore_;
+  lastStore_ = findStore(place, field, typeName);
+  lastPlace_ = field.placement();
+  return lastStore_;
+}
+
+std::shared_ptr<FieldStore> BundleWriter::findStore(const Placement& place, const Field& field,
+                                                    const std::string& typeName) {
   claimTime(place.Time);
   LinkPath path = pathOf(place);
   const std::string key = joined(path);
@@ -143,20 +167,21 @@ std::shared_ptr<FieldStore> BundleWriter::storeOf(const Placement& place, const 
     // Another field has taken the place, or the first data came after the field was first looked
     // at.
     const auto fresh = std::make_shared<FieldStore>(present->file(), present->path(), typeName,
-                                                    field, loadedFrom(field), tellCreators_);
+                                                    field, loadedFrom(field), tellCreators_, pool_);
     fresh->expectOthers();
     return found->second = fresh;
   }
   const OutputFile& output = fileFor(place, path);
   return stores_[key] = std::make_shared<FieldStore>(output.file, path, typeName, field,
-                                                     loadedFrom(field), tellCreators_);
+                                                     loadedFrom(field), tellCreators_, pool_);
 }
 
 Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field) const {
-  auto loaded = field.source().castTo<LoadedField>();
-  while (loaded && &loaded->place()->file() != main_.file.rawptr())
-    loaded = loaded->former().castTo<LoadedField>();
-  return loaded;
+  for (auto source = field.source(); source; source = source->former()) {
+    auto loaded = source.castTo<LoadedField>();
+    if (loaded && &loaded->place()->file() == main_.file.rawptr()) return loaded;
+  }
+  return nullptr;
 }
 
 void BundleWriter::refuse(const Placement& place, const std::string& reason) const {
@@ -289,6 +314,7 @@ void BundleWriter::workOff(std::deque<Job>& jobs, std::unique_lock<std::mutex>& 
     Job& job = jobs.front();
     const std::size_t bytes = job.bytes;
     write(job, wanted);
+    --job.store->queued;
     job = Job{};
     if (wanted) startBringing(bytes);
     lock.lock();
@@ -348,8 +374,13 @@ void BundleWriter::drain() {
 }
 
 void BundleWriter::flushStores() {
+  std::vector<std::shared_ptr<FieldStore>> stores;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [key, store] : stores_) stores.push_back(store);
+  }
   try {
-    for (auto& [key, store] : stores_) store->flush();
+    for (const auto& store : stores) store->flush();
   } catch (...) {
     remember(std::current_exception());
     throw;
@@ -371,6 +402,7 @@ void BundleWriter::complete(const Bundle& bundle) {
   writer.handOverMissing(bundle);
   drain();
   writer.writeStructure(bundle);
+  lastStore_ = nullptr;
   stores_.clear();
   // Nothing takes its place before all is safe, and the external files come first: the main file
   // must not point to what isn't there.

@@ -18,7 +18,8 @@
 namespace Quilt::Storage {
 
 /// Writes a bundle to a file: takes arrays from any thread, filters them on the machine's cores,
-/// writes them in a thread of its own, and completes the file with all that tells of them.
+/// writes them in a thread of its own, and completes the file with all that tells of them. Small
+/// arrays that go packed are copied to where they are packed in the caller's thread.
 ///
 /// Arrays that wait to be written hold at most about `kMostWaiting` bytes, and no more than the
 /// memory cache may; `store` waits when there are more. After the first error nothing more is
@@ -37,6 +38,8 @@ class BundleWriter : public FragmentSink {
   void store(const Placement& place, const Field& field,
              const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,
              const MemBaseHandle& array, Larder::Cache& cache) override;
+  bool takeOver(const Placement& place, Field& field, std::uint32_t number,
+                const CreatorHandle& creator) override;
   /// Waits until all arrays are in the file. \throw StorageError
   void drain();
   /// Writes the structure and the tables of `bundle` and whatever data of it isn't in the file yet,
@@ -67,6 +70,9 @@ class BundleWriter : public FragmentSink {
   StoreRules rulesFor(const Placement& place, const MemBase& array) const;
   /// The store of a field, made at its first use. \throw StorageError
   std::shared_ptr<FieldStore> storeOf(const Placement& place, const Field& field);
+  /// \pre `mutex_` is held.
+  std::shared_ptr<FieldStore> findStore(const Placement& place, const Field& field,
+                                        const std::string& typeName);
   [[noreturn]] void refuse(const Placement& place, const std::string& reason) const;
   void requireType(const Placement& place, const std::string& held, const std::string& given) const;
   /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
@@ -115,6 +121,8 @@ class BundleWriter : public FragmentSink {
   std::map<std::string, OutputFile> external_;
   std::unordered_map<std::string, std::shared_ptr<FieldStore>>
       stores_;                                         // by their place in the bundle
+  Larder::StrongPtr<Placement> lastPlace_;             // what `storeOf` was asked for last
+  std::shared_ptr<FieldStore> lastStore_;              // and found
   std::map<std::string, std::string> externalPlaces_;  // place in the bundle, by file and path
   std::map<std::string, double> times_;                // by the names of their groups
 

@@ -6,6 +6,7 @@
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/element_layout.h"
 #include "recast/sheaf/storage/format_names.h"
+#include "recast/sheaf/storage/fragment_creators.h"
 #include "recast/trelliskinds/uniform_array.h"
 
 namespace Quilt::Storage {
@@ -24,7 +25,7 @@ void noteExtent(CreativeArrayBase& creator, const DataExtent& extent) {
 
 FieldStore::FieldStore(const FileHandle& file, LinkPath path, std::string typeName,
                        const Field& field, const Larder::StrongPtr<LoadedField>& loaded,
-                       bool tellsCreators)
+                       bool tellsCreators, WorkPool& pool)
     : file_(file),
       path_(std::move(path)),
       groupPath_(joined(path_)),
@@ -32,6 +33,7 @@ FieldStore::FieldStore(const FileHandle& file, LinkPath path, std::string typeNa
       field_(const_cast<Field*>(&field)),
       loaded_(loaded),
       tellsCreators_(tellsCreators),
+      pool_(pool),
       place_(Larder::makeStrong<FieldPlace>(file_, groupPath_, typeName_)) {
   const Hdf5Lock lock(file_->state());
   if (const auto type = QuiltTypeBase::find(typeName_)) layout_ = layoutOf(*type);
@@ -49,22 +51,31 @@ FieldStore::StoredHandle FieldStore::written(std::int64_t number) const {
 }
 
 bool FieldStore::holdsDataOf(const Field& field, std::int64_t number) const {
-  const StoredHandle fresh = written(number);
-  if (const CreatorHandle creator = madeCreator(field, number)) {
-    const auto stored = creator->stored().castTo<StoredArray>();
-    if (fresh) return !tellsCreators_ || stored == fresh;
-    return loaded_ && stored && stored->place() == loaded_->place();
-  }
-  return fresh ? false : loaded_ && loaded_->supplies(number);
+  // The field's lock comes before ours, and so it must not be taken under ours.
+  const CreatorHandle creator = madeCreator(field, number);
+  const auto stored = creator ? creator->stored().castTo<StoredArray>() : nullptr;
+  const std::lock_guard lock(mutex_);
+  if (const StoredHandle fresh = written(number))
+    return creator && (!tellsCreators_ || stored == fresh);
+  if (releasedRow(number)) return !creator || (stored && stored->place() == place_);
+  if (creator) return loaded_ && stored && stored->place() == loaded_->place();
+  return loaded_ && loaded_->supplies(number);
+}
+
+std::optional<FragmentRow> FieldStore::releasedRow(std::int64_t number) const {
+  if (!released_ || number == FragmentRow::kUndivided) return std::nullopt;
+  return released_->rowOf(static_cast<std::uint32_t>(number));
 }
 
 std::optional<FragmentRow> FieldStore::rowOf(std::int64_t number) const {
+  const std::lock_guard lock(mutex_);
   if (const StoredHandle fresh = written(number)) {
     FragmentRow row;
     row.number = number;
     row.data = fresh->data();
     return row;
   }
+  if (auto row = releasedRow(number)) return row;
   auto row = loaded_ ? loaded_->rowOf(number) : std::nullopt;
   if (row) row->number = number;
   return row;
@@ -73,6 +84,7 @@ std::optional<FragmentRow> FieldStore::rowOf(std::int64_t number) const {
 FieldStore::StoredHandle FieldStore::remember(const Incoming& incoming, const std::string& link,
                                               const DataPlace& data) {
   const std::size_t index = incoming.fragment ? incoming.fragment->number() + std::size_t{1} : 0;
+  if (released_ && incoming.fragment) released_->remove(incoming.fragment->number());
   if (written_.size() <= index) written_.resize(index + 1);
   written_[index] = Larder::makeStrong<StoredArray>(place_, link, data);
   return written_[index];
@@ -90,7 +102,11 @@ void FieldStore::store(Incoming& incoming) {
     writeLists(link, incoming, data);
   else
     writeUniform(link, incoming, data);
-  const StoredHandle stored = remember(incoming, link, data);
+  StoredHandle stored;
+  {
+    const std::lock_guard lock(mutex_);
+    stored = remember(incoming, link, data);
+  }
   if (tellsCreators_) incoming.creator->setStored(stored, *incoming.cache);
 }
 
@@ -133,13 +149,14 @@ void FieldStore::writeDataset(const std::string& link, Incoming& incoming, DataP
 
 bool FieldStore::writePacked(Incoming& incoming, DataPlace& data) {
   const ArrayImage& image = *incoming.prepared->image;
+  const std::lock_guard guard(mutex_);
   if (!packed_) {
     {
       const Hdf5Lock lock(file_->state());
       group();
     }
     packed_ = std::make_unique<PackedDataset>(*file_, groupPath_, layout_, incoming.rules.filter,
-                                              incoming.rules.chunkBytes, image.single);
+                                              incoming.rules.chunkBytes, image.single, pool_);
   }
   if (!packed_->takes(image.single) && !image.bytes.empty()) return false;
   data.lie = Lie::Packed;
@@ -163,7 +180,45 @@ void FieldStore::tellWaiting() {
   waiting_.erase(waiting_.begin(), still);
 }
 
+void FieldStore::bringToFile(const DataPlace& packed) {
+  std::uint64_t elements = 0;
+  packed.size().product(1, elements);
+  {
+    const std::lock_guard lock(mutex_);
+    if (!packed_ || packed.offset + elements <= packed_->elementsInFile()) return;
+  }
+  flush();
+}
+
+bool FieldStore::release(Field& field, std::uint32_t number, const CreatorHandle& creator) {
+  const auto source = field.source();
+  bool isFirst = false;
+  {
+    const std::lock_guard lock(mutex_);
+    const StoredHandle stored = written(number);
+    if (!stored || stored->data().lie != Lie::Packed || creator->hasInterfaces()) return false;
+    // It has mostly come last.
+    const auto own = std::find_if(waiting_.rbegin(), waiting_.rend(),
+                                  [&](const Waiting& w) { return w.stored == stored; });
+    const bool waits = own != waiting_.rend();
+    if (waits ? own->creator != creator : creator->stored() != stored) return false;
+    FragmentRow row;
+    row.number = number;
+    row.data = stored->data();
+    if (!noteKnown(*creator, row).attributes().empty()) return false;
+    isFirst = !released_;
+    if (isFirst)
+      released_ = Larder::makeStrong<ReleasedFragments>(place_, weak_from_this(), source);
+    released_->keep(number, row);
+    written_[number + std::size_t{1}].reset();
+    if (waits) waiting_.erase(std::next(own).base());
+  }
+  if (isFirst) field.setSource(released_, typeName_);
+  return true;
+}
+
 void FieldStore::flush() {
+  const std::lock_guard lock(mutex_);
   if (!packed_) return;
   packed_->flush();
   tellWaiting();

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,18 +11,20 @@
 #include "recast/sheaf/storage/loaded_field.h"
 #include "recast/sheaf/storage/packed_dataset.h"
 #include "recast/sheaf/storage/prepared_array.h"
+#include "recast/sheaf/storage/released_fragments.h"
 
 namespace Quilt::Storage {
 
-/// Writes the arrays of one field, and knows what the file holds of it. Used by one thread at a
-/// time.
-class FieldStore {
+/// Writes the arrays of one field, and knows what the file holds of it. Arrays may be stored and
+/// released in several threads at once; what completes the file is done by one thread alone.
+class FieldStore : public std::enable_shared_from_this<FieldStore> {
  public:
   /// \param path the field's group, made when the first array comes.
   /// \param loaded what was loaded of the field from the file that is written, null if nothing was.
   /// \param tellsCreators lets the creators read from the file what is written.
+  /// \param pool filters packed fragments.
   FieldStore(const FileHandle& file, LinkPath path, std::string typeName, const Field& field,
-             const Larder::StrongPtr<LoadedField>& loaded, bool tellsCreators);
+             const Larder::StrongPtr<LoadedField>& loaded, bool tellsCreators, WorkPool& pool);
 
   struct Incoming {
     Larder::StrongPtr<FragmentID> fragment;  ///< null for the undivided data
@@ -35,6 +39,15 @@ class FieldStore {
   void store(Incoming& incoming);
   /// Writes what is held back and tells the creators. \throw StorageError
   void flush();
+  /// The same, unless the file holds that data already.
+  void bringToFile(const DataPlace& packed);
+  /// Keeps what it takes to make the creator of a packed fragment again, and gives the field a
+  /// source that does. \return false if the creator says more than can be kept, or the fragment
+  /// isn't packed.
+  bool release(Field& field, std::uint32_t number, const CreatorHandle& creator);
+
+  /// Counts the arrays that wait to be stored: until there are none, no later one may go first.
+  std::atomic<std::size_t> queued{0};
 
   bool belongsTo(const Field& field) const { return field_.lock().rawptr() == &field; }
   /// Whether the file holds the very data that the field has for the fragment of that number, or as
@@ -67,6 +80,7 @@ class FieldStore {
   StoredHandle remember(const Incoming& incoming, const std::string& link, const DataPlace& data);
   StoredHandle written(std::int64_t number) const;
   void tellWaiting();
+  std::optional<FragmentRow> releasedRow(std::int64_t number) const;
 
   struct Waiting {
     CreatorHandle creator;
@@ -82,13 +96,17 @@ class FieldStore {
   Larder::WeakPtrImpl<Field> field_;
   Larder::StrongPtr<LoadedField> loaded_;
   bool tellsCreators_;
+  WorkPool& pool_;
   bool mayHoldOthers_ = false;
   Larder::StrongPtr<FieldPlace> place_;
   ElementLayout layout_;
   Id group_;
+
+  mutable std::mutex mutex_;  // guards the members below
   std::unique_ptr<PackedDataset> packed_;
   std::vector<Waiting> waiting_;
   std::vector<StoredHandle> written_;  // by running number + 1, the undivided data first
+  Larder::StrongPtr<ReleasedFragments> released_;
 };
 
 }  // namespace Quilt::Storage

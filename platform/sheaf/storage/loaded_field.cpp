@@ -1,8 +1,6 @@
 #include "recast/sheaf/storage/loaded_field.h"
 
-#include "recast/sheaf/storage/attribute_io.h"
-#include "recast/sheaf/storage/format_names.h"
-#include "recast/sheaf/storage/groups.h"
+#include "recast/sheaf/storage/fragment_creators.h"
 
 namespace Quilt::Storage {
 
@@ -46,40 +44,15 @@ CreatorHandle LoadedField::makeCreator(std::uint32_t number) {
   if (former_)
     if (CreatorHandle creator = former_->makeCreator(number)) return creator;
   const auto row = rowOf(number);
-  return row ? creatorFor(*row, fragments_->findFragmentID(number).rawptr()) : nullptr;
+  return row ? creatorOf(place_, fragmentLink(fragments_->findFragmentID(number).rawptr()), *row)
+             : nullptr;
 }
 
 CreatorHandle LoadedField::makeWholeCreator() {
   if (former_)
     if (CreatorHandle creator = former_->makeWholeCreator()) return creator;
   const auto row = rowOf(FragmentRow::kUndivided);
-  return row ? creatorFor(*row, nullptr) : nullptr;
-}
-
-CreatorHandle LoadedField::creatorFor(const FragmentRow& row, const FragmentID* fragment) const {
-  const std::string link = fragmentLink(fragment);
-  const auto stored = Larder::makeStrong<StoredArray>(
-      place_, row.data.lie == Lie::Packed ? std::string() : link, row.data);
-  CreatorHandle creator(new CreativeArrayBase(stored, place_->typeName()));
-  creator->setExtent(row.dataExtent());
-  if (row.attributes != 0) readAttributes(row, link, *creator);
-  return creator;
-}
-
-void LoadedField::readAttributes(const FragmentRow& row, const std::string& link,
-                                 CreativeArrayBase& creator) const {
-  if ((row.attributes & FragmentRow::kAttributesOnObject) != 0) {
-    const std::string inGroup =
-        row.data.lie == Lie::Packed ? kAttributesGroup + ("/" + link) : link;
-    const Hdf5Lock lock(place_->file().state());
-    try {
-      Storage::readAttributes(openObject(place_->file().id(), place_->group() + "/" + inGroup),
-                              creator);
-    } catch (const StorageError&) {  // a damaged file: whoever wants the data will be told
-    }
-  }
-  if ((row.attributes & FragmentRow::kCellSizeInTable) != 0)
-    creator.setAttribute(kCellSize, Larder::singleValue(row.cellSize));
+  return row ? creatorOf(place_, fragmentLink(nullptr), *row) : nullptr;
 }
 
 }  // namespace Quilt::Storage

@@ -41,7 +41,7 @@ class LoadedField : public FieldSource {
   bool holds(std::uint32_t number) const override;
 
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
-  const Larder::StrongPtr<FieldSource>& former() const { return former_; }
+  Larder::StrongPtr<FieldSource> former() const override { return former_; }
   /// The file's row of the fragment of that number in the bundle, or of the undivided data for
   /// `FragmentRow::kUndivided`; nothing if the file has no such data.
   std::optional<FragmentRow> rowOf(std::int64_t number) const;
@@ -49,10 +49,6 @@ class LoadedField : public FieldSource {
   bool supplies(std::int64_t number) const;
 
  private:
-  CreatorHandle creatorFor(const FragmentRow& row, const FragmentID* fragment) const;
-  void readAttributes(const FragmentRow& row, const std::string& link,
-                      CreativeArrayBase& creator) const;
-
   Larder::StrongPtr<FieldPlace> place_;
   Larder::StrongPtr<FragmentIDCollection> fragments_;
   Larder::StrongPtr<FieldSource> former_;

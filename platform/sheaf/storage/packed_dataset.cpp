@@ -1,6 +1,7 @@
 #include "recast/sheaf/storage/packed_dataset.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "recast/sheaf/storage/format_names.h"
 #include "recast/sheaf/storage/groups.h"
@@ -14,11 +15,13 @@ constexpr std::size_t kMostChunkBytes = std::size_t{64} << 20;
 }  // namespace
 
 PackedDataset::PackedDataset(Q8File& file, const std::string& group, const ElementLayout& layout,
-                             const FilterSettings& filter, std::size_t chunkBytes, bool single)
+                             const FilterSettings& filter, std::size_t chunkBytes, bool single,
+                             WorkPool& pool)
     : file_(file),
       layout_(layout),
       filter_(filter),
       single_(single),
+      pool_(pool),
       numberBytes_(single ? sizeof(float) : layout.componentSize),
       elementBytes_(numberBytes_ * layout.components),
       chunkElements_(std::max<std::size_t>(1, chunkBytes / elementBytes_)) {
@@ -104,32 +107,59 @@ void PackedDataset::append(std::span<const std::byte> bytes) {
     bytes = bytes.subspan(piece.size());
     elements_ += piece.size() / elementBytes_;
     if (pending_.size() < chunkBytes) return;
-    writeChunk(elements_ / chunkElements_ - 1, pending_);
-    pending_.clear();
+    finishChunk(elements_ / chunkElements_ - 1);
   }
+}
+
+void PackedDataset::finishChunk(std::uint64_t index) {
+  if (filter_.level == 0) {
+    FilteredBlock block{.bytes = std::move(pending_)};
+    writeChunk(index, block);
+    pending_ = std::move(block.bytes);
+    pending_.clear();
+    return;
+  }
+  auto task = [bytes = std::exchange(pending_, {}), numberBytes = numberBytes_, filter = filter_] {
+    return filterBlock(bytes, numberBytes, bytes.size(), filter);
+  };
+  pending_.reserve(chunkElements_ * elementBytes_);
+  filtered_.push_back({index, pool_.run(std::move(task))});
+  writeFiltered(2 * pool_.threads());
 }
 
 void PackedDataset::flush() {
-  if (!pending_.empty()) writeChunk(elements_ / chunkElements_, pending_);
-}
-
-void PackedDataset::writeChunk(std::uint64_t index, std::span<const std::byte> bytes) {
+  writeFiltered(0);
+  if (pending_.empty()) return;
   const std::size_t fullBytes = chunkElements_ * elementBytes_;
   FilteredBlock block;
   if (filter_.level > 0) {
-    block = filterBlock(bytes, numberBytes_, fullBytes, filter_);
+    block = filterBlock(pending_, numberBytes_, fullBytes, filter_);
   } else {
-    block.bytes.assign(bytes.begin(), bytes.end());
+    block.bytes = pending_;
     block.bytes.resize(fullBytes);
   }
+  writeChunk(elements_ / chunkElements_, block);
+}
+
+/// Writes the filtered chunks, but for the last `mostWaiting` ones.
+void PackedDataset::writeFiltered(std::size_t mostWaiting) {
+  while (filtered_.size() > mostWaiting) {
+    Filtered first = std::move(filtered_.front());
+    filtered_.pop_front();
+    writeChunk(first.index, first.block.get());
+  }
+}
+
+void PackedDataset::writeChunk(std::uint64_t index, const FilteredBlock& block) {
   const Hdf5Lock lock(file_.state());
-  const hsize_t extent[] = {elements_, layout_.components};
+  const hsize_t end = std::min((index + 1) * chunkElements_, elements_);
+  const hsize_t extent[] = {end, layout_.components};
   checked(H5Dset_extent(dataset_, extent), "extend dataset");
   const hsize_t start[] = {index * chunkElements_, 0};
   checked(H5Dwrite_chunk(dataset_, H5P_DEFAULT, block.skippedFilters, start, block.bytes.size(),
                          block.bytes.data()),
           "write dataset");
-  inFile_ = elements_;
+  inFile_ = end;
 }
 
 }  // namespace Quilt::Storage

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <deque>
+#include <future>
 #include <string>
 #include <vector>
 
@@ -9,13 +11,15 @@
 namespace Quilt::Storage {
 
 /// The dataset "@packed" of a field with very many fragments: one extendible dataset in which their
-/// elements stand one behind the other, written a whole chunk at a time.
+/// elements stand one behind the other, written a whole chunk at a time. Used by one thread at a
+/// time.
 class PackedDataset {
  public:
   /// Opens the dataset below the group of that path, or makes it.
   /// \param single stores the doubles of the field as floats.
+  /// \param pool filters the chunks.
   PackedDataset(Q8File& file, const std::string& group, const ElementLayout& layout,
-                const FilterSettings& filter, std::size_t chunkBytes, bool single);
+                const FilterSettings& filter, std::size_t chunkBytes, bool single, WorkPool& pool);
 
   /// Whether numbers of that precision can be added. All of a dataset has one, and one that another
   /// program laid out may take none.
@@ -33,12 +37,15 @@ class PackedDataset {
   bool openPresent(const std::string& path);
   void readUnfinishedChunk(const std::string& path);
   void create(const std::string& group);
-  void writeChunk(std::uint64_t index, std::span<const std::byte> bytes);
+  void finishChunk(std::uint64_t index);
+  void writeFiltered(std::size_t mostWaiting);
+  void writeChunk(std::uint64_t index, const FilteredBlock& block);
 
   Q8File& file_;
   ElementLayout layout_;
   FilterSettings filter_;
   bool single_;
+  WorkPool& pool_;
   bool usable_ = true;
   std::size_t numberBytes_;
   std::size_t elementBytes_;
@@ -46,6 +53,11 @@ class PackedDataset {
   std::uint64_t elements_ = 0;
   std::uint64_t inFile_ = 0;
   std::vector<std::byte> pending_;  // the elements of the last, unfinished chunk
+  struct Filtered {
+    std::uint64_t index;
+    std::future<FilteredBlock> block;
+  };
+  std::deque<Filtered> filtered_;  // full chunks, as the pool filters them
   Id dataset_;
 };
 

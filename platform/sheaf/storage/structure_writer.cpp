@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "recast/larder/chunk.h"
 #include "recast/perch/bounding_box.h"
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/format_names.h"
+#include "recast/sheaf/storage/fragment_creators.h"
 #include "recast/sheaf/storage/link_names.h"
 
 namespace Quilt::Storage {
@@ -34,21 +34,6 @@ bool isLattice(const FragmentIDCollection& fragments) {
   return lattice.rank() == 3 && lattice.product(1, places) &&
          places == fragments.NumberOfFragmentIDs();
 }
-
-/// The attributes of a fragment but for the one that the table holds.
-struct OtherAttributes : Larder::Attributes {
-  explicit OtherAttributes(const CreativeArrayBase& creator, FragmentRow& row) {
-    for (const auto& [name, value] : creator.attributes()) {
-      const auto cellSize = value.castTo<Larder::Chunk<double>>();
-      if (name == kCellSize && cellSize && cellSize->size() == 1) {
-        row.cellSize = (*cellSize)[0];
-        row.attributes = FragmentRow::kCellSizeInTable;
-      } else {
-        setAttribute(name, value);
-      }
-    }
-  }
-};
 
 }  // namespace
 
@@ -221,7 +206,6 @@ void StructureWriter::addRow(Table& table, FieldStore& store, const Field& field
   }
   const std::string link = fragmentLink(fragment);
   if (const auto creator = madeCreator(field, fragment); hasData && creator) {
-    row.setExtent(creator->extent());
     writeFragmentAttributes(store, link, *creator, row);
   }
   if (hasData && row.data.lie != Lie::Packed) table.used.push_back(link);
@@ -231,8 +215,8 @@ void StructureWriter::addRow(Table& table, FieldStore& store, const Field& field
 
 void StructureWriter::writeFragmentAttributes(FieldStore& store, const std::string& link,
                                               const CreativeArrayBase& creator, FragmentRow& row) {
-  const bool hadAny = std::exchange(row.attributes, std::uint8_t{0}) != 0;
-  const OtherAttributes others(creator, row);
+  const bool hadAny = row.attributes != 0;
+  const OtherAttributes others = noteKnown(creator, row);
   const bool packed = row.data.lie == Lie::Packed;
   if (!others.attributes().empty()) row.attributes |= FragmentRow::kAttributesOnObject;
   const bool hasAny = packed ? !others.attributes().empty() : !creator.attributes().empty();

@@ -20,6 +20,7 @@ class WorkPool {
   WorkPool(const WorkPool&) = delete;
   WorkPool& operator=(const WorkPool&) = delete;
 
+  std::size_t threads() const { return threads_.size(); }
   /// Runs `task` on some thread; its result or exception arrives in the future.
   template <class Task>
   auto run(Task task) -> std::future<decltype(task())> {
