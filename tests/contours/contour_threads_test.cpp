@@ -47,6 +47,7 @@ TEST(InTurns, HandsTheFirstFailureToTheCaller) {
     EXPECT_THROW(inTurns(3, 100,
                          [&](std::size_t, std::size_t number, Turn& turn) {
                            if (number == 5 && !whileWaiting) throw std::length_error("5");
+                           if (number == 7) throw std::runtime_error("7, later in order");
                            if (!turn.await()) return;
                            if (number == 5) throw std::length_error("5");
                            ASSERT_LT(number, 5U);

@@ -30,6 +30,7 @@ TEST(RegularlyFragmentedField, FieldsOfOneDonorShareIdentifiers) {
   EXPECT_EQ(field->getFragmentIDCollection(), donor->getFragmentIDCollection());
   EXPECT_EQ(field->getFragmentIDs()[4]->name(), "Piece[1x1x0]");
   EXPECT_FALSE(LatticeField::newField(Counts(3, 2, 2), donor, "Piece"));
+  EXPECT_FALSE(LatticeField::newField(Counts(3, 1, 1), donor, "Piece"));
   EXPECT_FALSE(
       LatticeField::newField(Counts(3, 2, 1), Larder::makeStrong<Quilt::Field>(), "Piece"));
 }

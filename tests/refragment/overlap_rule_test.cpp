@@ -253,15 +253,15 @@ TEST(FieldsInStep, FragmentsOutsideTheLatticeAreNotRead) {
   const ConsoleCapture console;
   {
     const CloudFile file(folder / "in.q8");
-    file.add<Point>("Positions", "near", {{0.5, 0.5, 0.5}});
-    file.add<Point>("Positions", "touching", {{1.0, 0.5, 0.5}, {0.0, 0.5, 0.5}});
+    file.add<Point>("Positions", "upper side", {{1.5, 0.5, 0.5}, {0.99, 0.5, 0.5}});
     file.add<Point>("Positions", "far", {{9.5, 0.5, 0.5}});
+    file.add<Point>("Positions", "lower side", {{-0.5, 0.5, 0.5}, {0.0, 0.5, 0.5}});
   }
   auto parameters = parametersFor({folder / "in.q8"}, folder / "out.q8");
   fixBox(parameters, {0, 0, 0}, {1, 1, 1});
   ASSERT_EQ(refragment(parameters), "");
   const auto output = TestSupport::loadBundle(folder / "out.q8");
-  const std::vector<Point> expected = {{0.5, 0.5, 0.5}, {0.0, 0.5, 0.5}};
+  const std::vector<Point> expected = {{0.99, 0.5, 0.5}, {0.0, 0.5, 0.5}};
   EXPECT_EQ(valuesOf<Point>(output, "Positions").at("RegularFragment[0x0x0]"), expected);
 }
 

@@ -61,9 +61,9 @@ class RefragmentationReport : public ::testing::Test {
 
 std::string run(const TempFolder& folder, unsigned loops, const Quilt::ProgressHandle& progress,
                 const std::vector<std::string>& fields = {}, double overlap = 0.1) {
-  return Recast::spatialRefragmentation(TestSupport::stringList({folder / "in.q8"}), fields, "",
-                                        0.0, 2, {0, 0, 0}, nullptr, false, false, folder / "out.q8",
-                                        {5, 0, 0}, overlap, 0, "", loops, 0, progress);
+  return Recast::spatialRefragmentation(
+      TestSupport::stringList({folder / "in.q8"}), fields, "", 0.0, 2, {0, 0.5, 0}, nullptr, false,
+      false, folder / "out.q8", {5, 0, 0}, overlap, 0, "", loops, 0, progress);
 }
 
 TEST_F(RefragmentationReport, TellsThePlanAndEachPass) {
@@ -71,11 +71,11 @@ TEST_F(RefragmentationReport, TellsThePlanAndEachPass) {
   const auto reports = Larder::makeStrong<Reports>();
   ASSERT_EQ(run(folder, 2, reports, {"Number", "Number"}), "");
   EXPECT_THAT(reports->messages,
-              ElementsAre("Final BBox:          {9.000000,-1.000000,-1.000000} "
+              ElementsAre("Final BBox:          {9.000000,-1.500000,-1.000000} "
                           "{24.000000,1.000000,1.000000}",
                           "Do this field:       Number", "Number of threads:   2",
                           "Number of fragments: [3x1x1]",
-                          "Fragment length:     {5.000000,2.000000,2.000000}",
+                          "Fragment length:     {5.000000,2.500000,2.000000}",
                           "Normalized overlap:  0.100000", "Loops:  2\n\n",
                           StartsWith("Number of points for current loop: "),
                           StartsWith("      Time for IndexList [s]:   "),
@@ -112,8 +112,8 @@ TEST_F(RefragmentationReport, TheOutputTellsHowItWasMade) {
   };
   EXPECT_EQ(text("Version:"), "0.99");
   EXPECT_EQ(text("Refragmentation: "),
-            "BBoxMin: {9.000000,-1.000000,-1.000000} BBoxMax: {24.000000,1.000000,1.000000} "
-            "TargetFrag# [3x1x1] FragLenght: {5.000000,2.000000,2.000000} Overlap: 0.100000 "
+            "BBoxMin: {9.000000,-1.500000,-1.000000} BBoxMax: {24.000000,1.000000,1.000000} "
+            "TargetFrag# [3x1x1] FragLenght: {5.000000,2.500000,2.000000} Overlap: 0.100000 "
             "Weak Compression ExtLink: OutFile: " +
                 (folder / "out.q8") + " Time: 0.000000 LoopsOverFrags: 1 FragLow# 0");
   const auto positions = TestSupport::findField(*output, kGrid, "Positions");
