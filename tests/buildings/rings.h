@@ -36,15 +36,21 @@ Ring star(Random& random, std::size_t n, double radius, double noise);
 struct Family {
   std::string name;
   std::function<Ring(Random&, std::size_t)> make;  ///< about so many corners
+  bool isSimple = false;                           ///< no edge crosses or touches another
 };
-/// Shapes as maps have them, and shapes that no ear clipping should meet: stars, spirals, combs,
-/// stairs, jagged coasts, crossing rings, few places, lines, repeated points, values that aren't
-/// numbers.
+/// Simple rings, and shapes that no ear clipping should meet: crossing rings, lines, repeated
+/// points, values that aren't numbers.
 const std::vector<Family>& families();
 
 /// The ring turned by about 53 degrees, run backwards, or moved to where national grids have their
 /// numbers, by the bits of `variant` (0 to 7).
 Ring varied(Ring ring, unsigned variant);
+
+/// The area in x and y of a triangle, positive if it runs counter-clockwise.
+inline double signedArea(const Heron::PhysicalSpace::point& a, const Heron::PhysicalSpace::point& b,
+                         const Heron::PhysicalSpace::point& c) {
+  return ((b.x() - a.x()) * (c.y() - a.y()) - (b.y() - a.y()) * (c.x() - a.x())) / 2;
+}
 
 /// A number that stands for the triangles, their order and the order of their corners.
 std::uint64_t digest(const std::vector<Quilt::Triangle>& triangles, std::uint64_t before);

@@ -1,11 +1,8 @@
 #include "recast/contours/contour_tracing.h"
 
-#include <limits>
-
 #include "contours/line_sets.h"
+#include "support/console_capture.h"
 #include <gmock/gmock.h>
-
-#include "recast/contours/fragment_tracer.h"
 
 namespace contour_tests {
 namespace {
@@ -15,10 +12,8 @@ using Recast::ContourOutput;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
+using TestSupport::ConsoleCapture;
 using Point = Heron::PhysicalSpace::point;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 int trace(const ContourFragment& f, float level, ContourOutput& output) {
   Quilt::MultiIndex<3> lower = f.lowerOverlap;
@@ -28,7 +23,7 @@ int trace(const ContourFragment& f, float level, ContourOutput& output) {
 }
 
 /// The lines of one level, each by its points.
-std::vector<std::vector<Point>> linesOf(const ContourFragment& fragment, float level) {
+std::vector<std::vector<Point>> tracedLines(const ContourFragment& fragment, float level) {
   ContourOutput output;
   trace(fragment, level, output);
   std::vector<std::vector<Point>> lines;
@@ -57,92 +52,22 @@ TEST(ContourTracing, RunsClockwiseAroundAPeak) {
   EXPECT_EQ(doubledArea, -1.0);
 }
 
-TEST(ContourTracing, KeepsTheTwoHighCornersOfASaddleApart) {
-  const ContourFragment saddle = fragmentOf(3, {1, 0, 0,  //
-                                                0, 1, 0});
-  EXPECT_THAT(
-      linesOf(saddle, 0.5F),
-      UnorderedElementsAre(ElementsAre(Point(0, .5, .5), Point(.5, 0, .5)),
-                           ElementsAre(Point(1.5, 1, .5), Point(1, .5, .5), Point(.5, 1, .5))));
-}
-
-TEST(ContourTracing, GivesAnOpenLineWhereTheLevelLeavesTheFragment) {
-  const ContourFragment slope = fragmentOf(3, {0, 1, 2,  //
-                                               0, 1, 2,  //
-                                               0, 1, 2});
-  EXPECT_THAT(linesOf(slope, 1.5F),
-              ElementsAre(ElementsAre(Point(1.5, 0, 1.5), Point(1.5, 1, 1.5), Point(1.5, 2, 1.5))));
-  // A vertex at the level is not above it, and the crossing falls on it.
-  EXPECT_THAT(linesOf(slope, 1.0F),
-              ElementsAre(ElementsAre(Point(1, 0, 1), Point(1, 1, 1), Point(1, 2, 1))));
-  EXPECT_THAT(linesOf(slope, 2.0F), IsEmpty());
-  EXPECT_THAT(linesOf(slope, kNaN), IsEmpty());
-}
-
-TEST(ContourTracing, NeedsTwoActiveCells) {
-  ContourOutput output;
-  EXPECT_EQ(trace(fragmentOf(2, {0, 0, 0, 1}), 0.5F, output), 0);
-  EXPECT_EQ(trace(fragmentOf(3, {1, 0, 0, 0, 0, 0}), 0.5F, output), 0);
-  EXPECT_EQ(trace(fragmentOf(3, {1, 1, 1, 1, 1, 1}), 0.5F, output), 0);
-  EXPECT_THAT(output.Lines, IsEmpty());
-  EXPECT_THAT(output.Points, IsEmpty());
-}
-
-TEST(ContourTracing, BreaksLinesAtBlockedVerticesAndFollowsTheirBorder) {
-  ContourFragment slope = fragmentOf(3, {0, 0, 0,  //
-                                         0, 0, 0,  //
-                                         1, 1, 1,  //
-                                         1, 1, 1});
-  slope.cellTypes->data[3 * 2 + 2] = 2;
-  EXPECT_THAT(linesOf(slope, 0.5F), ElementsAre(ElementsAre(Point(1, 1.5, .5), Point(0, 1.5, .5))));
-  slope.onlyBorderLine = true;
-  EXPECT_THAT(linesOf(slope, 0.5F), IsEmpty());
-  for (const std::size_t vertex : {6U, 7U, 9U, 10U, 11U}) slope.cellTypes->data[vertex] = 1;
-  EXPECT_THAT(linesOf(slope, 0.5F), ElementsAre(testing::SizeIs(3)));
-}
-
-TEST(ContourTracing, TakesHeightsFromTheFieldOnRequest) {
+TEST(ContourTracing, StandsInWorldCoordinatesAndGivesBackTheCellsLeftToNeighbours) {
   ContourFragment slope = fragmentOf(2, {1, 2,  //
                                          1, 2,  //
+                                         1, 2,  //
                                          1, 2});
-  slope.heights = fragmentOf(2, {20, 40, 20, 40, 20, 40}).heights;
-  slope.useSliceField = true;
-  slope.origin = {100, 200, 300};
-  slope.spacing = {2, 3, 4};
+  slope.heights = fragmentOf(2, {20, 40, 20, 40, 20, 40, 20, 40}).heights;
+  Quilt::MultiIndex<3> lower(1, 2, 0);
+  Quilt::MultiIndex<3> upper(1, 2, 0);
+  ContourOutput output;
+  Recast::traceContourLevel(slope.heights, slope.sliceValues, slope.cellTypes, 1.25F, lower, upper,
+                            false, true, {100, 200, 300}, {2, 3, 4}, output);
   const double z = static_cast<float>(20 + 0.001) + 5.0F;
-  EXPECT_THAT(
-      linesOf(slope, 1.25F),
-      ElementsAre(ElementsAre(Point(100.5, 200, z), Point(100.5, 203, z), Point(100.5, 206, z))));
-}
-
-TEST(ContourTracing, TellsWhereAHeightCanNotBeInterpolated) {
-  ContourFragment slope = fragmentOf(3, {0, 0, kNaN,  //
-                                         1, 1, 1});
-  slope.useSliceField = true;
-  const ConsoleCapture console;
-  EXPECT_THAT(linesOf(slope, 0.5F), ElementsAre(testing::SizeIs(2)));
-  EXPECT_THAT(console.messages, ElementsAre("Contour: Division by zero in calcRealHeight: "
-                                            "1.000000 nan returning"));
-}
-
-TEST(ContourTracing, NumbersVerticesThroughAllCalls) {
-  const ContourFragment slope = fragmentOf(3, {0, 1, 2, 0, 1, 2, 0, 1, 2});
-  ContourOutput output;
-  trace(slope, 0.5F, output);
-  trace(slope, 1.5F, output);
-  EXPECT_THAT(output.Lines, ElementsAre(ElementsAre(0, 1, 2), ElementsAre(3, 4, 5)));
-  EXPECT_EQ(output.NextIndex, 6U);
-}
-
-TEST(ContourTracing, GivesBackTheCellsLeftToTheNeighbours) {
-  const ContourFragment slope = fragmentOf(3, {0, 1, 2, 0, 1, 2});
-  Quilt::MultiIndex<3> lower(5, 1, 0);
-  Quilt::MultiIndex<3> upper(5, 1, 0);
-  ContourOutput output;
-  Recast::traceContourLevel(slope.heights, slope.sliceValues, slope.cellTypes, 0.5F, lower, upper,
-                            false, false, slope.origin, slope.spacing, output);
-  EXPECT_EQ(lower, Quilt::MultiIndex<3>(2, 0, 0));
-  EXPECT_EQ(upper, Quilt::MultiIndex<3>(2, 0, 0));
+  EXPECT_THAT(output.Points,
+              ElementsAre(Point(100.5, 203, z), Point(100.5, 206, z), Point(100.5, 209, z)));
+  EXPECT_EQ(lower, Quilt::MultiIndex<3>(0, 1, 0));
+  EXPECT_EQ(upper, Quilt::MultiIndex<3>(0, 0, 0));
 }
 
 ContourFragment ofExtent(const Quilt::MultiIndex<3>& values, const Quilt::MultiIndex<3>& others) {
@@ -160,7 +85,7 @@ TEST(ContourTracing, RefusesArraysThatDoNotFit) {
     const ConsoleCapture console;
     ContourOutput output;
     EXPECT_EQ(trace(fragment, 0.5F, output), 0);
-    EXPECT_THAT(console.messages, ElementsAre(HasSubstr(message)));
+    EXPECT_THAT(console.messages(), ElementsAre(HasSubstr(message)));
     EXPECT_THAT(output.Lines, IsEmpty());
   };
   refuse({}, "heights of a fragment are missing");
@@ -177,9 +102,9 @@ TEST(ContourTracing, RefusesArraysThatDoNotFit) {
 
 TEST(ContourTracing, ServesLargerHeightsAndStridedValues) {
   const ContourFragment plain = ofExtent({4, 4, 1}, {4, 4, 1});
-  const auto expected = linesOf(plain, 0.25F);
+  const auto expected = tracedLines(plain, 0.25F);
   EXPECT_EQ(expected.size(), 3U);
-  EXPECT_EQ(linesOf(ofExtent({4, 4, 1}, {5, 9, 2}), 0.25F), expected);
+  EXPECT_EQ(tracedLines(ofExtent({4, 4, 1}, {5, 9, 2}), 0.25F), expected);
 
   ContourFragment strided = plain;
   const Larder::StrongPtr<Larder::Chunk<float>, Larder::ChunkBase> chunk(
@@ -193,17 +118,17 @@ TEST(ContourTracing, ServesLargerHeightsAndStridedValues) {
   for (std::size_t k = 0; k < 16; ++k) (*chunk)[2 * (k + 1)] = plain.sliceValues->data[k];
   strided.sliceValues = Larder::makeStrong<Quilt::MemArray<3, float>>(
       everySecond, Quilt::MultiIndex<3>(4, 4, 1), nullptr, chunk, nullptr);
-  EXPECT_EQ(linesOf(strided, 0.25F), expected);
+  EXPECT_EQ(tracedLines(strided, 0.25F), expected);
 }
 
 TEST(ContourTracing, TakesTheFirstOfSeveralLayers) {
   const ConsoleCapture console;
   ContourFragment layers = ofExtent({4, 4, 3}, {4, 4, 3});
-  const auto expected = linesOf(ofExtent({4, 4, 1}, {4, 4, 1}), 0.25F);
-  EXPECT_EQ(linesOf(layers, 0.25F), expected);
-  EXPECT_THAT(console.messages, ElementsAre(HasSubstr("only the first layer")));
+  const auto expected = tracedLines(ofExtent({4, 4, 1}, {4, 4, 1}), 0.25F);
+  EXPECT_EQ(tracedLines(layers, 0.25F), expected);
+  EXPECT_THAT(console.messages(), ElementsAre(HasSubstr("only the first layer")));
   layers.lowerOverlap[2] = 2;  // the first layer belongs to the neighbour below
-  EXPECT_THAT(linesOf(layers, 0.25F), IsEmpty());
+  EXPECT_THAT(tracedLines(layers, 0.25F), IsEmpty());
 }
 
 }  // namespace

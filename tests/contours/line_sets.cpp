@@ -16,31 +16,17 @@ PointBits bitsOf(const Heron::PhysicalSpace::point& point) {
 }
 
 Line canonical(Line line) {
-  if (!line.closed) {
-    std::vector<PointBits> reversed(line.points.rbegin(), line.points.rend());
-    return {false, std::min(line.points, reversed)};
-  }
   Line best = line;
-  for (std::size_t k = 1; k < line.points.size(); ++k) {
+  for (std::size_t k = 1; line.closed && k < line.points.size(); ++k) {
     std::rotate(line.points.begin(), line.points.begin() + 1, line.points.end());
     best = std::min(best, line);
   }
   return best;
 }
 
-void LineSet::add(const LineSet& other) {
-  lines.insert(lines.end(), other.lines.begin(), other.lines.end());
-  pieces.insert(pieces.end(), other.pieces.begin(), other.pieces.end());
-}
-
-void LineSet::sort() {
-  std::sort(lines.begin(), lines.end());
-  std::sort(pieces.begin(), pieces.end());
-}
-
-LineSet lineSetOf(const Recast::ContourOutput& output) {
+Lines linesOf(const Recast::ContourOutput& output) {
   EXPECT_EQ(output.NextIndex, output.Points.size());
-  LineSet set;
+  Lines lines;
   unsigned int next = 0;
   for (const auto& indices : output.Lines) {
     EXPECT_GE(indices.size(), 2U);
@@ -49,14 +35,11 @@ LineSet lineSetOf(const Recast::ContourOutput& output) {
       EXPECT_EQ(indices[k], next++);
       line.points.push_back(bitsOf(output.Points.at(indices[k])));
     }
-    for (std::size_t k = 1; k < indices.size(); ++k)
-      set.pieces.push_back(
-          {bitsOf(output.Points.at(indices[k - 1])), bitsOf(output.Points.at(indices[k]))});
-    set.lines.push_back(canonical(line));
+    lines.push_back(canonical(line));
   }
   EXPECT_EQ(next, output.NextIndex);
-  set.sort();
-  return set;
+  std::sort(lines.begin(), lines.end());
+  return lines;
 }
 
 Recast::ContourFragment fragmentOf(std::size_t columns, const std::vector<float>& values) {
@@ -67,14 +50,6 @@ Recast::ContourFragment fragmentOf(std::size_t columns, const std::vector<float>
   fragment.heights = fragment.sliceValues;
   fragment.cellTypes = Larder::makeStrong<Quilt::MemArray<3, unsigned char>>(extent, nullptr);
   return fragment;
-}
-
-ConsoleCapture::ConsoleCapture()
-    : before_(Larder::Console::setSink(
-          [this](const std::string& message) { messages.push_back(message); })) {}
-
-ConsoleCapture::~ConsoleCapture() {
-  Larder::Console::setSink(before_);
 }
 
 }  // namespace contour_tests

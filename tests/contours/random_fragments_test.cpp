@@ -4,6 +4,7 @@
 #include <random>
 
 #include "contours/reference_tracing.h"
+#include "support/console_capture.h"
 #include <gtest/gtest.h>
 
 #include "recast/contours/contour_tracing.h"
@@ -83,57 +84,45 @@ class RandomCase {
   const std::vector<float> levels;
 };
 
-/// Calls `check` with many cases; a failure tells the seed.
-template <class Check>
-void forManyCases(Check check) {
-  for (unsigned int seed = 0; seed < 400; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    check(RandomCase(seed));
-    if (testing::Test::HasFailure()) return;
+void expectTheLinesOfTheDefinition(const RandomCase& random) {
+  Lines expected;
+  std::vector<std::string> expectedMessages;
+  std::size_t expectedStitched = 0;
+  for (const float level : random.levels) {
+    const ReferenceTrace reference = traceByDefinition(random.grid, level);
+    expected.insert(expected.end(), reference.lines.begin(), reference.lines.end());
+    expectedMessages.insert(expectedMessages.end(), reference.messages.begin(),
+                            reference.messages.end());
+    expectedStitched += reference.stitched ? 1 : 0;
   }
+  std::sort(expected.begin(), expected.end());
+  ContourOutput output;
+  const TestSupport::ConsoleCapture console;
+  EXPECT_EQ(Recast::FragmentTracer(random.grid).trace(random.levels, output), expectedStitched);
+  EXPECT_EQ(console.messages(), expectedMessages);
+  EXPECT_EQ(linesOf(output), expected);
+
+  // What several levels share in one call must not change what each of them gives.
+  ContourOutput single;
+  const ContourFragment& grid = random.grid;
+  for (const float level : random.levels) {
+    Quilt::MultiIndex<3> lower = grid.lowerOverlap;
+    Quilt::MultiIndex<3> upper = grid.upperOverlap;
+    Recast::traceContourLevel(grid.heights, grid.sliceValues, grid.cellTypes, level, lower, upper,
+                              grid.onlyBorderLine, grid.useSliceField, grid.origin, grid.spacing,
+                              single);
+  }
+  EXPECT_EQ(output.Lines, single.Lines);
+  EXPECT_TRUE(std::equal(output.Points.begin(), output.Points.end(), single.Points.begin(),
+                         single.Points.end(),
+                         [](const auto& a, const auto& b) { return bitsOf(a) == bitsOf(b); }));
 }
 
 TEST(RandomFragments, GiveTheLinesOfTheDefinition) {
-  forManyCases([](const RandomCase& random) {
-    LineSet expected;
-    std::vector<std::string> expectedMessages;
-    std::size_t expectedStitched = 0;
-    for (const float level : random.levels) {
-      const ReferenceTrace reference = traceByDefinition(random.grid, level);
-      expected.add(reference.set);
-      expectedMessages.insert(expectedMessages.end(), reference.messages.begin(),
-                              reference.messages.end());
-      expectedStitched += reference.stitched ? 1 : 0;
-    }
-    expected.sort();
-    ContourOutput output;
-    const ConsoleCapture console;
-    EXPECT_EQ(Recast::FragmentTracer(random.grid).trace(random.levels, output), expectedStitched);
-    EXPECT_EQ(console.messages, expectedMessages);
-    EXPECT_EQ(lineSetOf(output), expected);
-  });
-}
-
-// What several levels share in one call must not change what each of them gives.
-TEST(RandomFragments, GiveTheSameLevelByLevel) {
-  forManyCases([](const RandomCase& random) {
-    const ConsoleCapture console;
-    const ContourFragment& grid = random.grid;
-    ContourOutput together;
-    Recast::FragmentTracer(grid).trace(random.levels, together);
-    ContourOutput single;
-    for (const float level : random.levels) {
-      Quilt::MultiIndex<3> lower = grid.lowerOverlap;
-      Quilt::MultiIndex<3> upper = grid.upperOverlap;
-      Recast::traceContourLevel(grid.heights, grid.sliceValues, grid.cellTypes, level, lower, upper,
-                                grid.onlyBorderLine, grid.useSliceField, grid.origin, grid.spacing,
-                                single);
-    }
-    EXPECT_EQ(together.Lines, single.Lines);
-    EXPECT_TRUE(std::equal(together.Points.begin(), together.Points.end(), single.Points.begin(),
-                           single.Points.end(),
-                           [](const auto& a, const auto& b) { return bitsOf(a) == bitsOf(b); }));
-  });
+  for (unsigned int seed = 0; seed < 600 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    expectTheLinesOfTheDefinition(RandomCase(seed));
+  }
 }
 
 }  // namespace

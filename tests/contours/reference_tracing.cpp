@@ -35,7 +35,7 @@ class Reference {
     for (const std::size_t offset : {0U, 2U})
       for (const auto& [i, j, cellCase] : cells_) addPiece(i, j, &kPieces[cellCase][offset]);
     while (!ahead_.empty()) stitchOne();
-    result_.sort();
+    std::sort(result_.begin(), result_.end());
     return {true, result_, messages_};
   }
 
@@ -72,7 +72,6 @@ class Reference {
     behind_[exit] = entry;
     crossings_[entry] = from;
     crossings_[exit] = to;
-    result_.pieces.push_back({bitsOf(toWorld(from)), bitsOf(toWorld(to))});
   }
 
   bool calcRealHeight(const unsigned int* corners, Point& point, unsigned int& identifier) {
@@ -106,36 +105,23 @@ class Reference {
     return {f_.origin.x() + p[1] * f_.spacing.x(), f_.origin.y() + p[0] * f_.spacing.y(), p[2]};
   }
 
-  bool follow(unsigned int key, Map& from, Map& to) {
-    const auto found = from.find(key);
-    if (found == from.end()) return false;
-    current_ = key;
-    next_ = found->second;
-    from.erase(found);
-    to.erase(next_);
-    return true;
-  }
-
-  bool followEitherWay(unsigned int key) {
-    return follow(key, ahead_, behind_) || follow(key, behind_, ahead_);
-  }
-
+  /// Goes back to where a line begins, or once round a ring, and then along it.
   void stitchOne() {
-    const unsigned int start = ahead_.begin()->first;
-    follow(start, ahead_, behind_);
-    std::vector<PointBits> line;
-    bool closed = false;
-    for (;;) {
-      do line.push_back(bitsOf(toWorld(crossings_.at(current_))));
-      while (followEitherWay(next_));
-      closed = next_ == start;
-      if (closed) break;
-      line.push_back(bitsOf(toWorld(crossings_.at(next_))));
-      if (!followEitherWay(start)) break;
-      std::reverse(line.begin(), line.end());
-      line.pop_back();
-    }
-    if (line.size() >= 2) result_.lines.push_back(canonical({closed, line}));
+    const unsigned int first = ahead_.begin()->first;
+    unsigned int start = first;
+    while (behind_.contains(start) && behind_.at(start) != first) start = behind_.at(start);
+    const bool closed = behind_.contains(start);
+    Line line{closed, {}};
+    unsigned int current = start;
+    do {
+      line.points.push_back(bitsOf(toWorld(crossings_.at(current))));
+      const auto next = ahead_.find(current);
+      if (next == ahead_.end()) break;
+      current = next->second;
+      ahead_.erase(next);
+      behind_.erase(current);
+    } while (current != start);
+    result_.push_back(canonical(line));
   }
 
   struct Cell {
@@ -149,9 +135,7 @@ class Reference {
   Map ahead_;
   Map behind_;
   std::unordered_map<unsigned int, Point> crossings_;
-  unsigned int current_ = 0;
-  unsigned int next_ = 0;
-  LineSet result_;
+  Lines result_;
   std::vector<std::string> messages_;
 };
 

@@ -11,7 +11,7 @@ namespace contour_tests {
 /// visited and pieces find each other by edge numbers in hash maps.
 struct ReferenceTrace {
   bool stitched;
-  LineSet set;
+  Lines lines;
   std::vector<std::string> messages;
 };
 ReferenceTrace traceByDefinition(const Recast::ContourFragment& fragment, float level);

@@ -49,24 +49,4 @@ TEST(TilePlan, LeavesNoCellToNobody) {
   }
 }
 
-TEST(TilePlan, GivesEachCellOfARegularArrangementToOneTile) {
-  for (const int overlap : {0, 1, 2, 3, 4}) {
-    std::vector<Rectangle> rasters;
-    for (const int x : {0, 1, 2})
-      for (const int y : {0, 1, 2}) {
-        const std::int64_t first[] = {x * (10 - overlap), y * (12 - overlap)};
-        rasters.push_back({{first[0], first[1]}, {first[0] + 10, first[1] + 12}});
-      }
-    const auto plan = planTiles(rasters);
-    EXPECT_TRUE(plan.doubled.empty()) << overlap;
-    for (std::int64_t y = 0; y < 40; ++y)
-      for (std::int64_t x = 0; x < 40; ++x)
-        ASSERT_EQ(owners(plan, x, y), isCell(rasters, x, y) ? 1 : 0) << overlap;
-    const auto shared = static_cast<std::uint64_t>(std::max(overlap, 1));
-    EXPECT_EQ(plan.tiles[4].lowerOverlap[0], shared);
-    EXPECT_EQ(plan.tiles[4].upperOverlap[1], shared);
-    EXPECT_EQ(plan.tiles[8].upperOverlap[0], 0u) << "nothing lies behind the last";
-  }
-}
-
 }  // namespace

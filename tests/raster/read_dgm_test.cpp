@@ -1,13 +1,9 @@
 #include <algorithm>
-#include <csignal>
 
 #include "support/bundles.h"
 #include "support/console_capture.h"
 #include "support/temp_folder.h"
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "recast/raster/terrain_import.h"
 
@@ -51,7 +47,7 @@ TEST(ReadDGM, TilesOfOneCellSizeShareTheirGrids) {
             0);
   const auto bundle = loadBundle(folder / "out.q8");
   ASSERT_TRUE(bundle);
-  for (const char* grid : {"DGM_CellSize_2"}) EXPECT_EQ(fragments(*bundle, grid, "Elevation"), 2u);
+  EXPECT_EQ(fragments(*bundle, "DGM_CellSize_2", "Elevation"), 2u);
   EXPECT_EQ(fragments(*bundle, "Pkt_CellSize_2", "Positions"), 2u);
   EXPECT_EQ(fragments(*bundle, "Pkt_CellSize_2", "Normals"), 2u);
   EXPECT_EQ(fragments(*bundle, "DGM_CellSize_5", "Elevation"), 1u);
@@ -72,26 +68,15 @@ TEST(ReadDGM, TheFirstFailureEndsTheCallAndKeepsTheTilesBefore) {
   EXPECT_EQ(import({good, bad, folder / "never.asc"}, folder / "out.q8"), 7);
   EXPECT_EQ(fragments(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation"), 1u);
   EXPECT_EQ(import({folder / "missing.g10dgm"}, folder / "out.q8"), 7);
+  EXPECT_EQ(import({folder.write("header.g10dgm", "nodata_value 5\n")}, folder / "out.q8"), 19)
+      << "the text reader's status";
   EXPECT_EQ(import({good}, folder / "no/folder.q8"), 8);
   EXPECT_EQ(import({good}, folder / "absent.q8", true), 8);
+  const auto huge = folder.write("huge.asc", raster(0, 1, "1 1e39"));
+  EXPECT_THROW(import({good, huge}, folder / "thrown.q8"), std::out_of_range);
+  EXPECT_EQ(fragments(*loadBundle(folder / "thrown.q8"), "DGM_CellSize_1", "Elevation"), 1u);
   EXPECT_EQ(import({}, folder / "empty.q8"), 0);
   EXPECT_TRUE(loadBundle(folder / "empty.q8"));
-}
-
-TEST(ReadDGM, ANumberBeyondFloatRangeReachesTheCallerAndTheFileIsWhole) {
-  const TempFolder folder;
-  const ConsoleCapture console;
-  const auto good = folder.write("good.asc", raster(0, 1, "1 2"));
-  const auto huge = folder.write("huge.asc", raster(0, 1, "1 1e39"));
-  EXPECT_THROW(import({good, huge}, folder / "out.q8"), std::out_of_range);
-  EXPECT_EQ(fragments(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation"), 1u);
-}
-
-TEST(ReadDGM, AFailedRasterLeavesItsNoDataValueToTheTextReader) {
-  // The header alone ends before its data; its lines are no samples, so the text reader fails too.
-  const TempFolder folder;
-  const ConsoleCapture console;
-  EXPECT_EQ(import({folder.write("h.g10dgm", "nodata_value 5\n")}, folder / "out.q8"), 19);
 }
 
 TEST(ReadDGM, AppendingLeavesWhatWasThereToTheBit) {
@@ -105,16 +90,15 @@ TEST(ReadDGM, AppendingLeavesWhatWasThereToTheBit) {
   const auto grown = loadBundle(folder / "out.q8");
   const auto atOnce = loadBundle(folder / "at once.q8");
   for (const char* tile : {"first", "second"}) {
-    const auto heights = [&](const Quilt::BundlePtr& bundle) {
-      const auto array =
-          fragmentArray<3, float>(findField(*bundle, "DGM_CellSize_1", "Elevation"), tile);
-      return std::vector<float>(array->data, array->data + array->nElements());
+    const auto points = [&](const Quilt::BundlePtr& bundle) {
+      return fragmentValues<PhysicalSpace::point>(findField(*bundle, "Pkt_CellSize_1", "Positions"),
+                                                  tile);
     };
     const auto normals = [&](const Quilt::BundlePtr& bundle) {
       return fragmentValues<PhysicalSpace::bivector>(
           findField(*bundle, "Pkt_CellSize_1", "Normals"), tile);
     };
-    EXPECT_EQ(heights(grown), heights(atOnce));
+    EXPECT_EQ(points(grown), points(atOnce));
     EXPECT_EQ(normals(grown), normals(atOnce));
     EXPECT_EQ(normals(grown).size(), 2u);
   }
@@ -129,31 +113,6 @@ TEST(ReadDGM, TilesOfOneNameAreToldOf) {
   EXPECT_EQ(console.count(b + ": the grid DGM_CellSize_1 holds a tile named \"tile\""), 1u);
   const auto elevation = findField(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation");
   EXPECT_EQ((fragmentArray<3, float>(elevation, "tile")->first()), 3.0F);
-}
-
-TEST(ReadDGM, AKilledAppendLeavesTheFirstResultWhole) {
-  const TempFolder folder;
-  const ConsoleCapture console;
-  const auto first = folder.write("first.asc", raster(0, 1, "1 2"));
-  // A pipe that nobody writes to holds the second run up in the middle.
-  const std::string pipe = folder / "pipe.asc";
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  ASSERT_EQ(import({first}, folder / "out.q8"), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    import({folder.write("second.asc", raster(2, 1, "3 4")), pipe}, folder / "out.q8", true);
-    _exit(0);
-  }
-  while (!std::filesystem::exists(folder / "out.q8.partial")) usleep(1000);
-  usleep(100000);
-  kill(child, SIGKILL);
-  int ignored = 0;
-  waitpid(child, &ignored, 0);
-  EXPECT_EQ(fragments(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation"), 1u);
-  EXPECT_EQ(import({folder / "second.asc"}, folder / "out.q8", true), 0)
-      << "a leftover is replaced";
-  EXPECT_EQ(fragments(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation"), 2u);
-  EXPECT_FALSE(std::filesystem::exists(folder / "out.q8.partial"));
 }
 
 TEST(UniformToPointCloud, TellsWhatIsMissing) {

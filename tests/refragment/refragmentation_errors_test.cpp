@@ -24,6 +24,11 @@ class RefragmentationErrors : public ::testing::Test {
   Recast::RefragmentationParameters parameters() const {
     return parametersFor({in()}, folder_ / "out.q8");
   }
+  /// Writes the input anew, with one field of one fragment.
+  template <class T>
+  void write(const std::string& field, std::vector<T> values) const {
+    CloudFile(in()).add(field, "a", std::move(values));
+  }
   void expectNoOutput() const { EXPECT_FALSE(std::filesystem::exists(folder_ / "out.q8")); }
 
   TempFolder folder_;
@@ -42,26 +47,19 @@ TEST_F(RefragmentationErrors, InputsThatCannotBeLoaded) {
 }
 
 TEST_F(RefragmentationErrors, GridsThatAreNotThere) {
-  { const CloudFile none(folder_ / "none.q8", "Unused"); }
+  constexpr const char* kNoName = "need to have a grid name. There is more than one grid available";
+  ASSERT_EQ(Quilt::BundlePtr(new Quilt::Bundle)->bindToNew(in()).number, 0);
+  EXPECT_EQ(refragment(parameters()), kNoName) << "there is none";
   writePoint(in(), "One");
   writePoint(folder_ / "two.q8", "Two");
   auto wanted = parametersFor({in(), folder_ / "two.q8"}, folder_ / "out.q8");
-  EXPECT_EQ(refragment(wanted), "need to have a grid name. There is more than one grid available");
+  EXPECT_EQ(refragment(wanted), kNoName);
   EXPECT_TRUE(console_.contains("Have grids: One"));
   EXPECT_TRUE(console_.contains("Have grids: Two"));
   wanted.gridName = "Three";
   EXPECT_EQ(refragment(wanted), "GridThree does not exist");
   wanted.gridName = "Two";
   EXPECT_EQ(refragment(wanted), "");
-}
-
-TEST_F(RefragmentationErrors, ABundleWithoutGrid) {
-  {
-    const Quilt::BundlePtr empty(new Quilt::Bundle);
-    ASSERT_EQ(empty->bindToNew(in()).number, 0);
-  }
-  EXPECT_EQ(refragment(parameters()),
-            "need to have a grid name. There is more than one grid available");
 }
 
 TEST_F(RefragmentationErrors, GridsWithoutPoints) {
@@ -71,27 +69,25 @@ TEST_F(RefragmentationErrors, GridsWithoutPoints) {
     wanted.time = time;
     EXPECT_EQ(refragment(wanted), "no positions");
   }
-  {
-    const CloudFile file(in());
-    file.add<int>("Number", "a", {1});
-  }
+  write<int>("Number", {1});
   EXPECT_EQ(refragment(parameters()), "no positions");
-  {
-    const CloudFile file(in());
-    file.add<int>("Positions", "a", {1});
-  }
+  write<int>("Positions", {1});
   EXPECT_EQ(refragment(parameters()), "no bbox for: ");
-  {
-    const CloudFile file(in());
-    file.add<Point>("Positions", "a", {});
-  }
+  write<Point>("Positions", {});
   EXPECT_EQ(refragment(parameters()), "no sbbox for ");
+  CloudFile(in())
+      .field("Positions")
+      ->setPersistentData(arrayOf<Point>({{1, 2, 3}}), nullptr, Larder::Cache::MemCache(), "");
+  EXPECT_EQ(refragment(parameters()), "no fragment data");
   {
     const CloudFile file(in());
-    file.field("Positions")
-        ->setPersistentData(arrayOf<Point>({{1, 2, 3}}), nullptr, Larder::Cache::MemCache(), "");
+    const auto positions = file.field("Positions");
+    positions->setPersistentData(
+        Quilt::UniformCartesianArray::overBox({0, 0, 0}, {2, 2, 2}, {1, 1, 1}),
+        positions->makeFragmentID("a"), Larder::Cache::MemCache(), "");
   }
-  EXPECT_EQ(refragment(parameters()), "no fragment data");
+  EXPECT_NE(refragment(parameters()).find("is no list of values of the field's type"),
+            std::string::npos);
 }
 
 TEST_F(RefragmentationErrors, BoxesThatAreNone) {
@@ -108,10 +104,7 @@ TEST_F(RefragmentationErrors, BoxesThatAreNone) {
 }
 
 TEST_F(RefragmentationErrors, AnInfinitePointIsLeftOutByAGivenBox) {
-  {
-    const CloudFile file(in());
-    file.add<Point>("Positions", "a", {{0.5, 0.5, 0.5}, {-kInfinity, 0.5, 0.5}});
-  }
+  write<Point>("Positions", {{0.5, 0.5, 0.5}, {-kInfinity, 0.5, 0.5}});
   auto wanted = parameters();
   EXPECT_EQ(refragment(wanted), "Lenght for bounding box is negativ. Wrong input");
   fixBox(wanted, {0, 0, 0}, {1, 1, 1});
@@ -121,10 +114,7 @@ TEST_F(RefragmentationErrors, AnInfinitePointIsLeftOutByAGivenBox) {
 }
 
 TEST_F(RefragmentationErrors, CoordinatesBeyondTenMillionMeetTheStartOfTheSearch) {
-  {
-    const CloudFile file(in());
-    file.add<Point>("Positions", "a", {{20000000.5, 0.5, 0.5}});
-  }
+  write<Point>("Positions", {{20000000.5, 0.5, 0.5}});
   Recast::RefragmentationPlan plan;
   ASSERT_EQ(planRefragmentation(parameters(), plan), "");
   EXPECT_EQ(plan.lattice.lower[0], 9999999.0);
@@ -140,7 +130,6 @@ TEST_F(RefragmentationErrors, OutputsThatCannotBeWritten) {
   }
   wanted = parameters();
   wanted.extLink = folder_.write("a file", "") + "/fields";
-  writePoint(in());
   {
     const CloudFile file(in());
     file.add<Point>("Positions", "a", {{0.5, 0.5, 0.5}});
@@ -150,65 +139,30 @@ TEST_F(RefragmentationErrors, OutputsThatCannotBeWritten) {
 }
 
 TEST_F(RefragmentationErrors, FieldsThatDoNotFitTheirPoints) {
-  const struct {
-    const char* what;
-    std::function<void(const CloudFile&)> add;
-    const char* text;
-  } cases[] = {
-      {"fewer values",
-       [](const CloudFile& file) {
-         file.add<int>("Odd", "a", {1, 2});
-       },
-       "field \"Odd\", fragment \"a\": there are 2 values for 3 points"},
-      {"more values",
-       [](const CloudFile& file) {
-         file.add<float>("Odd", "a", {1, 2, 3, 4});
-       },
-       "field \"Odd\", fragment \"a\": there are 4 values for 3 points"},
-  };
-  for (const auto& test : cases)
+  for (const std::size_t count : {2U, 4U})
     for (const int threads : {1, 2}) {
-      SCOPED_TRACE(test.what);
       {
         const CloudFile file(in());
         file.add<Point>("Positions", "a", {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}});
-        test.add(file);
+        file.add("Odd", "a", std::vector<int>(count));
       }
       auto wanted = parameters();
       wanted.threads = threads;
-      EXPECT_EQ(refragment(wanted), test.text);
+      EXPECT_EQ(refragment(wanted), "field \"Odd\", fragment \"a\": there are " +
+                                        std::to_string(count) + " values for 3 points");
     }
 }
 
-TEST_F(RefragmentationErrors, PositionsThatAreComputedAreNoCloud) {
-  {
-    const CloudFile file(in());
-    const auto positions = file.field("Positions");
-    positions->setPersistentData(
-        Quilt::UniformCartesianArray::overBox({0, 0, 0}, {2, 2, 2}, {1, 1, 1}),
-        positions->makeFragmentID("a"), Larder::Cache::MemCache(), "");
-  }
-  EXPECT_NE(refragment(parameters()).find("is no list of values of the field's type"),
-            std::string::npos);
-}
-
 TEST_F(RefragmentationErrors, DamagedDataEndsTheRun) {
-  {
-    const CloudFile file(in());
-    file.add("Positions", "a", std::vector<Point>(20000, {1, 2, 3}));
-  }
+  write("Positions", std::vector<Point>(20000, {1, 2, 3}));
   std::filesystem::resize_file(in(), std::filesystem::file_size(in()) / 2);
-  const std::string result = refragment(parameters());
-  EXPECT_NE(result, "");
+  EXPECT_NE(refragment(parameters()), "");
 }
 
 TEST_F(RefragmentationErrors, ADiskThatIsFullIsTheResult) {
   std::vector<Point> points(100000);
   for (std::size_t i = 0; i < points.size(); ++i) points[i] = {0.01 * static_cast<double>(i), 0, 0};
-  {
-    const CloudFile file(in());
-    file.add("Positions", "a", points);
-  }
+  write("Positions", points);
   rlimit former{};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);
   rlimit small = former;

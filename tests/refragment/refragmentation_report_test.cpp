@@ -53,25 +53,29 @@ void writeLine(const std::string& path) {
   }
 }
 
+class RefragmentationReport : public ::testing::Test {
+ protected:
+  TempFolder folder;
+  ConsoleCapture console;
+};
+
 std::string run(const TempFolder& folder, unsigned loops, const Quilt::ProgressHandle& progress,
                 const std::vector<std::string>& fields = {}, double overlap = 0.1) {
-  return Recast::spatialRefragmentation(TestSupport::stringList({folder / "in.q8"}), fields, "",
-                                        0.0, 2, {0, 0, 0}, nullptr, false, false, folder / "out.q8",
-                                        {5, 0, 0}, overlap, 0, "", loops, 0, progress);
+  return Recast::spatialRefragmentation(
+      TestSupport::stringList({folder / "in.q8"}), fields, "", 0.0, 2, {0, 0.5, 0}, nullptr, false,
+      false, folder / "out.q8", {5, 0, 0}, overlap, 0, "", loops, 0, progress);
 }
 
-TEST(RefragmentationReport, TellsThePlanAndEachPass) {
-  const TempFolder folder;
-  const ConsoleCapture console;
+TEST_F(RefragmentationReport, TellsThePlanAndEachPass) {
   writeLine(folder / "in.q8");
   const auto reports = Larder::makeStrong<Reports>();
   ASSERT_EQ(run(folder, 2, reports, {"Number", "Number"}), "");
   EXPECT_THAT(reports->messages,
-              ElementsAre("Final BBox:          {9.000000,-1.000000,-1.000000} "
+              ElementsAre("Final BBox:          {9.000000,-1.500000,-1.000000} "
                           "{24.000000,1.000000,1.000000}",
                           "Do this field:       Number", "Number of threads:   2",
                           "Number of fragments: [3x1x1]",
-                          "Fragment length:     {5.000000,2.000000,2.000000}",
+                          "Fragment length:     {5.000000,2.500000,2.000000}",
                           "Normalized overlap:  0.100000", "Loops:  2\n\n",
                           StartsWith("Number of points for current loop: "),
                           StartsWith("      Time for IndexList [s]:   "),
@@ -85,12 +89,10 @@ TEST(RefragmentationReport, TellsThePlanAndEachPass) {
   EXPECT_EQ(reports->lastTotal, (3 * 3 + 2) * 2 - 1);
 }
 
-TEST(RefragmentationReport, CountsOverlapsOnceEachHoweverManyPasses) {
-  const TempFolder folder;
+TEST_F(RefragmentationReport, CountsOverlapsOnceEachHoweverManyPasses) {
   writeLine(folder / "in.q8");
   std::string first;
   for (const unsigned loops : {1U, 2U, 5U}) {
-    const ConsoleCapture console;
     ASSERT_EQ(run(folder, loops, nullptr), "");
     const std::string closing = console.messages().back();
     if (first.empty()) first = closing;
@@ -100,9 +102,7 @@ TEST(RefragmentationReport, CountsOverlapsOnceEachHoweverManyPasses) {
   EXPECT_EQ(first, "\n\nHave points refragmented: " + std::to_string(1.2e-4) + " [Mio].");
 }
 
-TEST(RefragmentationReport, TheOutputTellsHowItWasMade) {
-  const TempFolder folder;
-  const ConsoleCapture console;
+TEST_F(RefragmentationReport, TheOutputTellsHowItWasMade) {
   writeLine(folder / "in.q8");
   ASSERT_EQ(run(folder, 1, nullptr), "");
   const auto output = TestSupport::loadBundle(folder / "out.q8");
@@ -112,8 +112,8 @@ TEST(RefragmentationReport, TheOutputTellsHowItWasMade) {
   };
   EXPECT_EQ(text("Version:"), "0.99");
   EXPECT_EQ(text("Refragmentation: "),
-            "BBoxMin: {9.000000,-1.000000,-1.000000} BBoxMax: {24.000000,1.000000,1.000000} "
-            "TargetFrag# [3x1x1] FragLenght: {5.000000,2.000000,2.000000} Overlap: 0.100000 "
+            "BBoxMin: {9.000000,-1.500000,-1.000000} BBoxMax: {24.000000,1.000000,1.000000} "
+            "TargetFrag# [3x1x1] FragLenght: {5.000000,2.500000,2.000000} Overlap: 0.100000 "
             "Weak Compression ExtLink: OutFile: " +
                 (folder / "out.q8") + " Time: 0.000000 LoopsOverFrags: 1 FragLow# 0");
   const auto positions = TestSupport::findField(*output, kGrid, "Positions");
@@ -126,9 +126,7 @@ TEST(RefragmentationReport, TheOutputTellsHowItWasMade) {
   EXPECT_EQ(box->maximum()[0], 24.0);
 }
 
-TEST(RefragmentationReport, CellsWithoutPointsKeepTheirIdentifiers) {
-  const TempFolder folder;
-  const ConsoleCapture console;
+TEST_F(RefragmentationReport, CellsWithoutPointsKeepTheirIdentifiers) {
   {
     const CloudFile file(folder / "in.q8");
     file.add<Point>("Positions", "a", {{0.5, 0.5, 0.5}, {9.5, 0.5, 0.5}});
@@ -151,9 +149,7 @@ TEST(RefragmentationReport, CellsWithoutPointsKeepTheirIdentifiers) {
   EXPECT_EQ(normals->getFragmentIDs().size(), 10u);
 }
 
-TEST(RefragmentationReport, FieldsThatAreNotListedStayBehind) {
-  const TempFolder folder;
-  const ConsoleCapture console;
+TEST_F(RefragmentationReport, FieldsThatAreNotListedStayBehind) {
   writeLine(folder / "in.q8");
   const struct {
     std::vector<std::string> wanted;
@@ -168,9 +164,7 @@ TEST(RefragmentationReport, FieldsThatAreNotListedStayBehind) {
   }
 }
 
-TEST(RefragmentationReport, WithoutPassesOnlyTheAttributesAreWritten) {
-  const TempFolder folder;
-  const ConsoleCapture console;
+TEST_F(RefragmentationReport, WithoutPassesOnlyTheAttributesAreWritten) {
   writeLine(folder / "in.q8");
   ASSERT_EQ(run(folder, 0, nullptr), "");
   const auto output = TestSupport::loadBundle(folder / "out.q8");
@@ -178,31 +172,22 @@ TEST(RefragmentationReport, WithoutPassesOnlyTheAttributesAreWritten) {
   EXPECT_TRUE(output->getAttribute("Version:"));
 }
 
-TEST(RefragmentationReport, FilesOfOneGridAreOneCloud) {
-  const TempFolder folder;
-  const ConsoleCapture console;
-  for (const int part : {0, 1}) {
-    const CloudFile file(folder / (std::to_string(part) + ".q8"));
-    file.add<Point>("Positions", "part " + std::to_string(part), {{1.0 * part, 0, 0}});
-  }
-  auto parameters = parametersFor({folder / "0.q8", folder / "1.q8"}, folder / "out.q8");
-  ASSERT_EQ(refragment(parameters), "");
-  const auto output = TestSupport::loadBundle(folder / "out.q8");
-  EXPECT_EQ(valuesOf<Point>(output, "Positions").at("RegularFragment[0x0x0]").size(), 2u);
-}
-
-TEST(RefragmentationReport, ALatticeCanBeCutAnew) {
-  const TempFolder folder;
-  const ConsoleCapture console;
+TEST_F(RefragmentationReport, ALatticeCanBeCutAnewTogetherWithAnotherFile) {
   writeLine(folder / "in.q8");
   ASSERT_EQ(run(folder, 1, nullptr, {}, 0.0), "");
-  auto parameters = parametersFor({folder / "out.q8"}, folder / "again.q8");
+  {
+    const CloudFile other(folder / "other.q8");
+    other.add<Point>("Positions", "other", {{10.2, 0, 0}});
+    other.add<int>("Number", "other", {0});
+  }
+  const auto parameters =
+      parametersFor({folder / "out.q8", folder / "other.q8"}, folder / "again.q8");
   ASSERT_EQ(refragment(parameters), "");
   const auto output = TestSupport::loadBundle(folder / "again.q8");
   const auto points = valuesOf<Point>(output, "Positions").at("RegularFragment[0x0x0]");
   const auto numbers = valuesOf<int>(output, "Number").at("RegularFragment[0x0x0]");
-  ASSERT_EQ(points.size(), 100u);
-  for (std::size_t i = 0; i < 100; ++i) EXPECT_EQ(points[i][0], 10.2 + 9.5 * numbers[i] / 99);
+  ASSERT_EQ(points.size(), 101u);
+  for (std::size_t i = 0; i < 101; ++i) EXPECT_EQ(points[i][0], 10.2 + 9.5 * numbers[i] / 99);
 }
 
 }  // namespace
