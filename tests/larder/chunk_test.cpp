@@ -17,6 +17,7 @@ TEST(Chunks, KeepTheAccountOverTheirLife) {
     EXPECT_GE(longer.capacity(), 10U);
     for (int i = 0; i < 10; ++i) longer.push_back(1.0F);
     EXPECT_EQ(grown(), 56) << "neither room nor elements that were added later are counted";
+    EXPECT_EQ(longer.createNewChunk(4, false)->elements(), 4U);
     const auto copied = longer.copy();
     EXPECT_EQ(grown(), 56 + 40) << "but those that a copy begins with are";
     Chunk<float> shrunk(100);

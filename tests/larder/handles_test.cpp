@@ -149,6 +149,21 @@ TEST(Handles, ToObjectsWithoutOwnersEndWithThem) {
   EXPECT_FALSE(weak.lock());
 }
 
+struct Left : Larder::ReferenceBase<Left> {};
+struct Right {
+  virtual ~Right() = default;
+  long right = 2;
+};
+struct Both : Right, Left {};
+struct Other : Left {};
+
+TEST(Handles, FindTheTypeOfTheirObject) {
+  const Larder::StrongPtr<Left> handle(new Both);
+  EXPECT_EQ(Larder::DynPtr<Both>(handle)->right, 2);
+  EXPECT_EQ(handle.castTo<Both>(), handle);
+  EXPECT_FALSE(handle.castTo<Other>() || Larder::DynPtr<Other>(handle));
+}
+
 /// Counts what lives, and shows when it is used after its end.
 class Canary : public Larder::ReferenceBase<Canary> {
  public:

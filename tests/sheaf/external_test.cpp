@@ -3,7 +3,6 @@
 #include "support/console_capture.h"
 #include "support/program_run.h"
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 // Fields in files of their own, behind the main file's external links.
 namespace {
@@ -11,21 +10,6 @@ namespace {
 using namespace TestSupport;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-/// Every field but "Positions" goes to `<folder>/<field>.q8`, at the place with the names as they
-/// are.
-struct OwnFiles : Quilt::StorageTransformations {
-  explicit OwnFiles(std::string folder) : folder_(std::move(folder)) {}
-  std::pair<std::string, std::string> getExternalLocation(double time, const std::string& grid,
-                                                          const Quilt::SkeletonID& skeleton,
-                                                          const std::string& representation,
-                                                          const std::string& field) const override {
-    if (field == "Positions") return {};
-    return {folder_ + "/" + field + ".q8",
-            std::to_string(time) + "/" + grid + "/" + skeleton.name() + "/" + representation};
-  }
-  std::string folder_;
-};
 
 Quilt::StorageHandle inFolder(const std::string& folder) {
   return Larder::makeStrong<OwnFiles>(folder);
@@ -124,16 +108,10 @@ TEST_F(ExternalFiles, InAFolderThatCannotBeMadeFailTheCall) {
 }
 
 TEST_F(ExternalFiles, OfTwoFieldsInOnePlaceAreRefused) {
-  struct OnePlace : Quilt::StorageTransformations {
-    std::pair<std::string, std::string> getExternalLocation(double, const std::string&,
-                                                            const Quilt::SkeletonID&,
-                                                            const std::string&,
-                                                            const std::string&) const override {
-      return {"ext/all.q8", "here"};
-    }
-  };
+  const auto rules = Larder::makeStrong<OwnFiles>("ext");
+  rules->inside = "here";
   const ConsoleCapture console;
-  const auto bundle = boundBundle(main_, Larder::makeStrong<OnePlace>());
+  const auto bundle = boundBundle(main_, rules);
   put(*vertices(*bundle, "G"), "v", "f", floats_);
   EXPECT_THROW(put(*vertices(*bundle, "H"), "v", "f", floats_), Quilt::StorageError);
 }
@@ -177,29 +155,6 @@ TEST_F(ExternalFiles, ArePartOfWhatSaveWrites) {
   std::filesystem::remove_all(folder_ / "ext");
   std::filesystem::remove(main_);
   expectContent(folder_ / "copy/main.q8");
-}
-
-TEST_F(ExternalFiles, ThatAreNoneCostTheirFieldAlone) {
-  if (!hasH5py()) GTEST_SKIP() << "there is no Python with h5py";
-  write();
-  mkfifo((folder_ / "pipe").c_str(), 0600);
-  folder_.write("text", "no file of ours");
-  for (const char* target : {"pipe", "text", "main.q8", "ext", "/dev/zero", "ext/height.q8"}) {
-    SCOPED_TRACE(target);
-    const auto [status, output] = runPython(
-        folder_, std::string("target = '") + target +
-                     "'\n"
-                     "g = h5py.File('main.q8', 'r+')['0.000000/G/Skeleton_3_0/Cartesian']\n"
-                     "del g['height']\n"
-                     "g['height'] = h5py.ExternalLink(target, '/0.000000/G')\n");
-    ASSERT_EQ(status, 0) << output;
-    const ConsoleCapture console;
-    const auto loaded = loadBundle(main_);
-    // The main file itself and another group of the field's file are HDF5, but no field.
-    if (!loaded) continue;
-    EXPECT_FALSE(get(*loaded, "height", "f"));
-    EXPECT_TRUE(get(*loaded, "Positions", "f"));
-  }
 }
 
 }  // namespace

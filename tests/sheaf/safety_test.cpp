@@ -260,30 +260,23 @@ TEST_F(FullDisk, ThatOnlyTheReleaseMeetsIsToldOnTheConsole) {
 }
 
 TEST_F(FullDisk, OfAnExternalFileLeavesAllFiles) {
-  struct Apart : Quilt::StorageTransformations {
-    std::pair<std::string, std::string> getExternalLocation(
-        double, const std::string&, const Quilt::SkeletonID&, const std::string&,
-        const std::string& field) const override {
-      return {field == "v" ? "ext.q8" : "", ""};
-    }
-  };
   const auto write = [this](unsigned first, std::uint64_t elements) {
-    const auto bundle = boundBundle(file_, Larder::makeStrong<Apart>());
+    const auto bundle = boundBundle(file_, Larder::makeStrong<OwnFiles>("ext"));
     put(*vertices(*bundle), "Positions", "f", sampleArray<1, Point>({4}));
     put(*vertices(*bundle), "v", "f", sampleArray<1, int>({elements}, first));
   };
   write(1, 4);
-  const std::string before = textOf(folder_ / "ext.q8");
+  const std::string before = textOf(folder_ / "ext/v.q8");
   const int ended = inChild([&] {
     limitFiles(1 << 20);
     const ConsoleCapture console;
     write(2, 1 << 20);
-    EXPECT_TRUE(console.contains("ext.q8: "));
+    EXPECT_TRUE(console.contains("ext/v.q8: "));
   });
   EXPECT_EQ(ended, 0);
   EXPECT_EQ(firstValue(file_), 1);
-  EXPECT_TRUE(textOf(folder_ / "ext.q8") == before);
-  EXPECT_THAT(folder_.files(), ElementsAre("a.q8", "ext.q8"));
+  EXPECT_TRUE(textOf(folder_ / "ext/v.q8") == before);
+  EXPECT_THAT(folder_.files(), ElementsAre("a.q8", "ext/v.q8"));
 }
 
 }  // namespace

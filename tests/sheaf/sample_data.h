@@ -132,6 +132,23 @@ inline Quilt::StorageHandle shifted(int level, bool single = true) {
   return rules;
 }
 
+/// Every field but "Positions" goes to `<folder>/<field>.q8`, at the place with the names as they
+/// are or at the one place `inside`.
+struct OwnFiles : Quilt::StorageTransformations {
+  explicit OwnFiles(std::string where) : folder(std::move(where)) {}
+  std::pair<std::string, std::string> getExternalLocation(double time, const std::string& grid,
+                                                          const Quilt::SkeletonID& skeleton,
+                                                          const std::string& representation,
+                                                          const std::string& field) const override {
+    if (field == "Positions") return {};
+    const std::string place =
+        std::to_string(time) + "/" + grid + "/" + skeleton.name() + "/" + representation;
+    return {folder + "/" + field + ".q8", inside.empty() ? place : inside};
+  }
+  std::string folder;
+  std::string inside;
+};
+
 /// A test that writes files into a folder of its own.
 class FileTest : public testing::Test {
  protected:

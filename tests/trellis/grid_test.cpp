@@ -53,6 +53,15 @@ class Representation : public testing::Test {
   Quilt::Representation& representation_ = *grid_->makeCartesianRepresentation(3, "", 0);
 };
 
+TEST_F(Representation, MakesAFieldOnceAndPutsDataIntoIt) {
+  const auto id = representation_.makeFieldID("Height");
+  EXPECT_FALSE(representation_.findField(id)) << "a name is no field yet";
+  const FieldHandle field = representation_.makeField(id, nullptr, nullptr);
+  EXPECT_EQ(representation_.makeField(id, nullptr, ints(3)).field(), field);
+  EXPECT_EQ(field->getData(nullptr)->nElements(), 3U);
+  EXPECT_EQ(representation_.numberOfFields(), 1U);
+}
+
 TEST_F(Representation, FieldsShareFragmentsUnlessTheyAreGivenOthers) {
   const FieldHandle height = representation_["Height"];
   const auto tile = height->makeFragmentID("tile");

@@ -54,6 +54,7 @@ TEST(MemArray, IsMadeByItsTypeAndRank) {
         expectPlainArray(array, shape, typeid(T));
         for (const auto& other : others) expectPlainArray(*other, shape, typeid(T));
         EXPECT_TRUE(array.first() == T{} && array.last() == T{});
+        EXPECT_EQ(others[0]->makeMemArray(nullptr), others[0]) << "the same object, no copy";
       });
   EXPECT_FALSE(Quilt::newMemArray<int>(DynamicSize({1, 1, 1, 1, 1}), nullptr));
   EXPECT_FALSE(MemBase::newArray("int", DynamicSize()));
