@@ -12,18 +12,12 @@ using Quilt::MemBaseHandle;
 using Quilt::MultiIndex;
 using TestSupport::placeOf;
 using TestSupport::sample;
-
-template <class T>
-Larder::StrongPtr<Larder::ChunkBase> samples(std::size_t n) {
-  const auto chunk = Larder::makeStrong<Chunk<T>>(n);
-  for (std::size_t i = 0; i < n; ++i) (*chunk)[i] = sample<T>(i);
-  return chunk;
-}
+using TestSupport::samples;
 
 /// An array of samples, whose chunk is longer than its shape.
-template <class Array, class T, int N>
-Larder::StrongPtr<Array, Larder::Cacheable> sampleArray(const MultiIndex<N>& shape) {
-  return Larder::makeStrong<Array>(samples<T>(shape.product() + 2), shape, nullptr);
+template <class T, int N>
+Larder::StrongPtr<MemArray<N, T>, Larder::Cacheable> sampleArray(const MultiIndex<N>& shape) {
+  return Larder::makeStrong<MemArray<N, T>>(samples<T>(shape.product() + 2), shape, nullptr);
 }
 
 /// Whether each element of `array` is what `expected(position)` gives.
@@ -42,32 +36,31 @@ const MemArray<N, T>& typed(const MemBaseHandle& array) {
 }
 
 TEST(Slices, ShareThePlaneOfTheLastAxis) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    const auto array = sampleArray<Array, T>(shape);
-    if constexpr (N == 1) {
-      EXPECT_FALSE(array->getSlice(0, nullptr));
-    } else {
-      for (std::uint64_t index = 0; index < shape[N - 1]; ++index) {
-        const MemBaseHandle handle = array->getSlice(index, nullptr);
-        const auto& slice = typed<N - 1, T>(handle);
-        EXPECT_TRUE(holds(slice, [&](const MultiIndex<N - 1>& p) {
-          MultiIndex<N> position;
-          for (std::size_t axis = 0; axis < N - 1; ++axis) position[axis] = p[axis];
-          position[N - 1] = index;
-          return (*array)[position];
-        }));
-        const auto lie = slice.getHyperslabParameters();
-        EXPECT_EQ(lie.first + slice.nElements() + lie.tail, array->count);
-        EXPECT_TRUE(slice.getChunk() == array->getChunk());
-      }
-    }
-  });
+  TestSupport::forEveryArray(
+      []<int N, class T>(std::type_identity<MemArray<N, T>>, const MultiIndex<N>& shape) {
+        const auto array = sampleArray<T>(shape);
+        if constexpr (N == 1) {
+          EXPECT_FALSE(array->getSlice(0, nullptr));
+        } else {
+          for (std::uint64_t index = 0; index < shape[N - 1]; ++index) {
+            const MemBaseHandle handle = array->getSlice(index, nullptr);
+            const auto& slice = typed<N - 1, T>(handle);
+            EXPECT_TRUE(holds(slice, [&](const MultiIndex<N - 1>& p) {
+              MultiIndex<N> position;
+              for (std::size_t axis = 0; axis < N - 1; ++axis) position[axis] = p[axis];
+              position[N - 1] = index;
+              return (*array)[position];
+            }));
+            const auto lie = slice.getHyperslabParameters();
+            EXPECT_EQ(lie.first + slice.nElements() + lie.tail, array->count);
+            EXPECT_TRUE(slice.getChunk() == array->getChunk());
+          }
+        }
+      });
 }
 
 TEST(Slices, KeepTheMemoryAliveAndWriteIntoIt) {
-  auto array = sampleArray<MemArray<3, float>, float>(MultiIndex<3>(2, 3, 4));
+  auto array = sampleArray<float>(MultiIndex<3>(2, 3, 4));
   const auto chunk = array->getChunk();
   const MemBaseHandle plane = array->getSlice(2, nullptr);
   array = nullptr;
@@ -108,43 +101,32 @@ TEST(Slices, OfComputedArraysComeFromTheirCreator) {
 }
 
 TEST(Components, AreSharedElementByElement) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    using Component = typename Quilt::ElementTraits<T>::Component;
-    constexpr int kComponents = Quilt::ElementTraits<T>::kComponents;
-    const auto array = sampleArray<Array, T>(shape);
-    for (int c = 0; c < kComponents; ++c) {
-      const MemBaseHandle handle = array->getComponentArray(c, nullptr);
-      const auto& view = typed<N, Component>(handle);
-      EXPECT_TRUE(view.Size() == shape && view.getChunk() == array->getChunk());
-      EXPECT_EQ(view.memsize(), array->memsize());
-      EXPECT_EQ(view.tail, 2U);
-      EXPECT_TRUE(holds(view, [&](const MultiIndex<N>& p) {
-        if constexpr (kComponents == 1)
-          return (*array)[p];
-        else
-          return (*array)[p][static_cast<std::size_t>(c)];
-      }));
-    }
-    EXPECT_FALSE(array->getComponentArray(kComponents, nullptr));
-    EXPECT_FALSE(array->getComponentArray(-1, nullptr));
-  });
-}
-
-TEST(Components, OfPointsLieThreeApart) {
-  const auto points = sampleArray<MemArray<1, PhysicalSpace::point>, PhysicalSpace::point, 1>({5});
-  const MemBaseHandle heights = points->getComponentArray(1, nullptr);
-  const auto& view = typed<1, double>(heights);
-  EXPECT_EQ(view.count, 21U);
-  EXPECT_EQ(view.stride, 3U);
-  EXPECT_EQ(view.length, 0U);
-  EXPECT_EQ(&view[MultiIndex<1>(2)], &(*points)[MultiIndex<1>(2)].y());
+  TestSupport::forEveryArray(
+      []<int N, class T>(std::type_identity<MemArray<N, T>>, const MultiIndex<N>& shape) {
+        using Component = typename Quilt::ElementTraits<T>::Component;
+        constexpr int kComponents = Quilt::ElementTraits<T>::kComponents;
+        const auto array = sampleArray<T>(shape);
+        for (int c = 0; c < kComponents; ++c) {
+          const MemBaseHandle handle = array->getComponentArray(c, nullptr);
+          const auto& view = typed<N, Component>(handle);
+          EXPECT_TRUE(view.Size() == shape && view.getChunk() == array->getChunk());
+          EXPECT_EQ(view.memsize(), array->memsize());
+          EXPECT_EQ(view.tail, 2U);
+          EXPECT_TRUE(holds(view, [&](const MultiIndex<N>& p) {
+            if constexpr (kComponents == 1)
+              return (*array)[p];
+            else
+              return (*array)[p][static_cast<std::size_t>(c)];
+          }));
+        }
+        EXPECT_FALSE(array->getComponentArray(kComponents, nullptr));
+        EXPECT_FALSE(array->getComponentArray(-1, nullptr));
+      });
 }
 
 TEST(Components, OfSlicesAndOfComponentsAreThoseOfTheirElements) {
   using Point = PhysicalSpace::point;
-  const auto points = sampleArray<MemArray<2, Point>, Point, 2>({3, 4});
+  const auto points = sampleArray<Point, 2>({3, 4});
   const MemBaseHandle row = points->getSlice(2, nullptr);
   const MemBaseHandle fromRow = row->getComponentArray(2, nullptr);
   const MemBaseHandle plane = points->getComponentArray(2, nullptr);
@@ -158,32 +140,33 @@ TEST(Components, OfSlicesAndOfComponentsAreThoseOfTheirElements) {
   EXPECT_FALSE(copied->getChunk() == points->getChunk());
 }
 
-TEST(SubArrays, CopyABox) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    const auto array = sampleArray<Array, T>(shape);
-    MultiIndex<N> origin;
-    MultiIndex<N> size = shape;
-    origin[0] = 1;
-    size[0] = 2;
-    size[N - 1] -= 1;
-    const MemBaseHandle box = array->createSubMemArray(origin, size, nullptr);
-    const auto expected = [&](MultiIndex<N> p) {
-      ++p[0];
-      return sample<T>(placeOf(p, shape));
-    };
-    EXPECT_TRUE((typed<N, T>(box).Size()) == size);
-    EXPECT_TRUE(holds(typed<N, T>(box), expected));
-    (*array)[origin] = T{};
-    EXPECT_TRUE(holds(typed<N, T>(box), expected)) << "it has memory of its own";
-    size[N - 1] = 0;
-    EXPECT_EQ(array->createSubMemArray(origin, size, nullptr)->nElements(), 0U);
-  });
+TEST(Copies, OfABoxAndOfTheWholeHaveMemoryOfTheirOwn) {
+  TestSupport::forEveryArray(
+      []<int N, class T>(std::type_identity<MemArray<N, T>>, const MultiIndex<N>& shape) {
+        const auto array = sampleArray<T>(shape);
+        MultiIndex<N> origin;
+        MultiIndex<N> size = shape;
+        origin[0] = 1;
+        size[0] = 2;
+        size[N - 1] -= 1;
+        const MemBaseHandle box = array->createSubMemArray(origin, size, nullptr);
+        const MemBaseHandle whole = array->copy(nullptr);
+        std::fill_n(array->data, array->count, T{});
+        EXPECT_TRUE((typed<N, T>(box).Size()) == size);
+        EXPECT_TRUE(holds(typed<N, T>(box), [&](MultiIndex<N> p) {
+          ++p[0];
+          return sample<T>(placeOf(p, shape));
+        }));
+        EXPECT_TRUE(holds(typed<N, T>(whole),
+                          [&](const MultiIndex<N>& p) { return sample<T>(placeOf(p, shape)); }));
+        EXPECT_EQ(whole->getHyperslabParameters().tail, 2U);
+        size[N - 1] = 0;
+        EXPECT_EQ(array->createSubMemArray(origin, size, nullptr)->nElements(), 0U);
+      });
 }
 
-TEST(SubArrays, NeedTheRankOfTheArrayAndMemory) {
-  const auto array = sampleArray<MemArray<2, int>, int, 2>({4, 4});
+TEST(Copies, NeedTheRankOfTheArrayAndMemory) {
+  const auto array = sampleArray<int, 2>({4, 4});
   const MemBaseHandle box =
       array->createSubArray(MultiIndex<2>(1, 1), MultiIndex<2>(2, 2), nullptr);
   EXPECT_TRUE(holds(typed<2, int>(box), [](const MultiIndex<2>& p) {
@@ -198,9 +181,8 @@ TEST(SubArrays, NeedTheRankOfTheArrayAndMemory) {
 }
 
 TEST(CopySubset, ConvertsOnTheWayIntoStridedMemory) {
-  const auto heights = sampleArray<MemArray<2, float>, float, 2>({2, 2});
-  const auto points =
-      sampleArray<MemArray<2, PhysicalSpace::point>, PhysicalSpace::point, 2>({3, 3});
+  const auto heights = sampleArray<float, 2>({2, 2});
+  const auto points = sampleArray<PhysicalSpace::point, 2>({3, 3});
   struct Doubled {
     void copy(double& target, float source) const { target = 2.0 * static_cast<double>(source); }
   };
@@ -218,43 +200,27 @@ TEST(CopySubset, ConvertsOnTheWayIntoStridedMemory) {
   }));
 }
 
-TEST(Copies, HaveTheWholeChunkAnew) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    const auto array = sampleArray<Array, T>(shape);
-    const MemBaseHandle handle = array->copy(nullptr);
-    const auto& copied = typed<N, T>(handle);
-    (*array)[MultiIndex<N>()] = T{};
-    EXPECT_TRUE(
-        holds(copied, [&](const MultiIndex<N>& p) { return sample<T>(placeOf(p, shape)); }));
-    EXPECT_EQ(copied.getChunk()->elements(), shape.product() + 2);
-    EXPECT_EQ(copied.tail, 2U);
-  });
-}
-
 TEST(Chunks, OfTheRightSizeAreWrappedAndCopiedFrom) {
-  TestSupport::forEveryArray([]<class Array, class T, int N>(std::type_identity<Array>,
-                                                             std::type_identity<T>,
-                                                             const MultiIndex<N>& shape) {
-    const Larder::StrongPtr<Array, Larder::Cacheable> array(new Array(shape, nullptr));
-    const auto expected = [&](const MultiIndex<N>& p) { return sample<T>(placeOf(p, shape)); };
-    const auto chunk = samples<T>(shape.product());
-    const MemBaseHandle wrapped = array->createEquallySizedMemArray(chunk, nullptr);
-    EXPECT_TRUE(holds(typed<N, T>(wrapped), expected) && wrapped->getChunk() == chunk);
-    const auto longer = samples<T>(shape.product() + 1);
-    EXPECT_FALSE(array->createEquallySizedMemArray(longer, nullptr));
-    EXPECT_FALSE(array->createEquallySizedMemArray(nullptr, nullptr));
+  TestSupport::forEveryArray(
+      []<int N, class T>(std::type_identity<MemArray<N, T>>, const MultiIndex<N>& shape) {
+        const auto array = Larder::makeStrong<MemArray<N, T>>(shape, nullptr);
+        const auto expected = [&](const MultiIndex<N>& p) { return sample<T>(placeOf(p, shape)); };
+        const auto chunk = samples<T>(shape.product());
+        const MemBaseHandle wrapped = array->createEquallySizedMemArray(chunk, nullptr);
+        EXPECT_TRUE(holds(typed<N, T>(wrapped), expected) && wrapped->getChunk() == chunk);
+        const auto longer = samples<T>(shape.product() + 1);
+        EXPECT_FALSE(array->createEquallySizedMemArray(longer, nullptr));
+        EXPECT_FALSE(array->createEquallySizedMemArray(nullptr, nullptr));
 
-    const void* memory = array->getPtr();
-    const auto texts = Larder::makeStrong<Chunk<std::string>>(shape.product());
-    EXPECT_FALSE(array->copyFrom(longer));
-    EXPECT_FALSE(array->copyFrom(texts));
-    EXPECT_FALSE(array->copyFrom(nullptr));
-    EXPECT_TRUE(array->first() == T{});
-    EXPECT_TRUE(array->copyFrom(chunk));
-    EXPECT_TRUE(holds(*array, expected) && array->getPtr() == memory);
-  });
+        const void* memory = array->getPtr();
+        const auto texts = Larder::makeStrong<Chunk<std::string>>(shape.product());
+        EXPECT_FALSE(array->copyFrom(longer));
+        EXPECT_FALSE(array->copyFrom(texts));
+        EXPECT_FALSE(array->copyFrom(nullptr));
+        EXPECT_TRUE(array->first() == T{});
+        EXPECT_TRUE(array->copyFrom(chunk));
+        EXPECT_TRUE(holds(*array, expected) && array->getPtr() == memory);
+      });
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 #include "recast/larder/cache.h"
 
+#include <algorithm>
 #include <list>
 #include <random>
 
 #include "support/in_threads.h"
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "recast/larder/creator.h"
@@ -12,7 +12,6 @@
 namespace {
 
 using Larder::Cache;
-using ::testing::ElementsAre;
 
 /// Data of a given size that stands for an array.
 class Block : public Larder::Cacheable {
@@ -27,94 +26,64 @@ class Block : public Larder::Cacheable {
 using Data = Larder::StrongPtr<Block, Larder::Cacheable>;
 using Seen = Larder::WeakPtrImpl<Block, Larder::Cacheable>;
 
-/// Which of the blocks of these sizes a cache still holds, when nobody else does.
-struct Shelf {
-  explicit Shelf(std::size_t budget) : cache(budget) {}
-  void add(std::size_t bytes) {
+/// A cache and what it should hold, the most recently used first.
+struct Model {
+  using Entry = std::pair<Seen, std::size_t>;
+
+  std::size_t total() const {
+    std::size_t sum = 0;
+    for (const auto& [data, bytes] : entries) sum += bytes;
+    return sum;
+  }
+  void hold(std::size_t bytes) {
     const Data data(new Block(bytes));
-    seen.push_back(data);
     cache.hold(data);
+    all.push_back(data);
+    if (bytes > budget) return;
+    entries.emplace_front(data, bytes);
+    while (total() > budget) entries.pop_back();
   }
-  std::vector<int> held() const {
-    std::vector<int> result;
-    for (const Seen& each : seen) result.push_back(each ? 1 : 0);
-    return result;
+  void setBudget(std::size_t bytes) {
+    cache.setBudget(budget = bytes);
+    while (total() > budget) entries.pop_back();
   }
-  Cache cache;
-  std::vector<Seen> seen;
+  /// Uses an entry again, in one of two ways, or drops it.
+  void touch(std::list<Entry>::iterator entry, unsigned how) {
+    const Data data = entry->first.lock();
+    if (how == 0) cache.markAsUsed(*data);
+    if (how == 1) cache.hold(data);
+    if (how == 2) cache.drop(*data);
+    entries.splice(entries.begin(), entries, entry);
+    if (how == 2) entries.pop_front();
+  }
+
+  std::size_t budget = 50;
+  Cache cache{budget};
+  std::vector<Seen> all;
+  std::list<Entry> entries;
 };
 
-TEST(Cache, DropsTheLeastRecentlyUsedFirst) {
-  Shelf shelf(100);
-  for (int i = 0; i < 4; ++i) shelf.add(25);
-  EXPECT_EQ(shelf.cache.bytesHeld(), 100U) << "a budget may be filled to the last byte";
-  shelf.cache.markAsUsed(*shelf.seen[0].lock());
-  shelf.cache.hold(shelf.seen[1].lock());  // held already: used again, not counted again
-  shelf.add(26);
-  EXPECT_THAT(shelf.held(), ElementsAre(1, 1, 0, 0, 1));
-  EXPECT_EQ(shelf.cache.bytesHeld(), 76U);
-}
-
-TEST(Cache, DoesNotTakeWhatExceedsItsBudget) {
-  Shelf shelf(100);
-  shelf.add(60);
-  shelf.add(101);
-  EXPECT_THAT(shelf.held(), ElementsAre(1, 0)) << "and drops nothing for it";
-  shelf.add(100);
-  EXPECT_THAT(shelf.held(), ElementsAre(0, 0, 1));
-  shelf.cache.hold(nullptr);
-}
-
-TEST(Cache, FollowsItsBudgetAndLetsGoOnDemand) {
-  Shelf shelf(100);
-  for (const std::size_t bytes : {10U, 20U, 30U, 40U}) shelf.add(bytes);
-  shelf.cache.drop(*shelf.seen[1].lock());
-  shelf.cache.drop(*Data(new Block(1)));  // not held: nothing happens
-  EXPECT_EQ(shelf.cache.bytesHeld(), 80U);
-  shelf.cache.setBudget(70);
-  EXPECT_THAT(shelf.held(), ElementsAre(0, 0, 1, 1));
-  shelf.cache.setBudget(0);
-  EXPECT_EQ(shelf.cache.bytesHeld(), 0U);
-}
-
-TEST(Cache, LeavesDataToThoseWhoHoldIt) {
-  Cache cache(10);
-  const Data mine(new Block(10));
-  cache.hold(mine);
-  cache.setBudget(5);
-  EXPECT_TRUE(mine);
-  EXPECT_EQ(mine.block()->strongCount(), 1);
-}
-
-TEST(Cache, AgreesWithAPlainListOfUses) {
+TEST(Cache, HoldsWhatWasUsedLastWithinItsBudget) {
   const unsigned seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
-  constexpr std::size_t kBudget = 50;
-  Shelf shelf(kBudget);
-  std::list<std::size_t> order;  // most recently used first
-  std::vector<std::size_t> sizes;
-  const auto total = [&] {
-    std::size_t sum = 0;
-    for (const std::size_t i : order) sum += sizes[i];
-    return sum;
-  };
-  for (int step = 0; step < 2000; ++step) {
-    if (!order.empty() && random() % 2 == 0) {
-      const auto used = std::next(order.begin(), static_cast<long>(random() % order.size()));
-      shelf.cache.markAsUsed(*shelf.seen[*used].lock());
-      order.splice(order.begin(), order, used);
-    } else {
-      sizes.push_back(random() % 12);
-      order.push_front(sizes.size() - 1);
-      shelf.add(sizes.back());
-      while (total() > kBudget) order.pop_back();
-    }
-    ASSERT_EQ(shelf.cache.bytesHeld(), total());
+  Model model;
+  for (int step = 0; step < 1000; ++step) {
+    const unsigned action = random() % 8;
+    if (action == 0)
+      model.setBudget(random() % 100);
+    else if (action < 5 || model.entries.empty())
+      model.hold(random() % (action == 1 ? 120 : 12));
+    else
+      model.touch(
+          std::next(model.entries.begin(), static_cast<long>(random() % model.entries.size())),
+          action - 5);
+    ASSERT_EQ(model.cache.bytesHeld(), model.total());
+    const auto alive = std::count_if(model.all.begin(), model.all.end(),
+                                     [](const Seen& data) { return bool(data); });
+    ASSERT_EQ(static_cast<std::size_t>(alive), model.entries.size());
+    for (const auto& [data, bytes] : model.entries) ASSERT_TRUE(data);
   }
-  std::vector<int> expected(sizes.size(), 0);
-  for (const std::size_t i : order) expected[i] = 1;
-  EXPECT_EQ(shelf.held(), expected);
 }
 
 /// Makes blocks of 10 bytes and counts them; or pins one.
@@ -131,8 +100,6 @@ class Maker : public Larder::CreatorBase<Block> {
   bool empty = false;
 };
 
-using MakerHandle = Larder::StrongPtr<Maker>;
-
 class Creators : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -141,34 +108,29 @@ class Creators : public ::testing::Test {
   }
   void TearDown() override { Cache::MemCache().setBudget(budget_); }
 
+  const Larder::StrongPtr<Maker> maker_ = Larder::makeStrong<Maker>();
+
  private:
   const std::size_t budget_ = Cache::MemCache().budget();
 };
 
-TEST_F(Creators, MakeDataOnceAsLongAsItIsInMemory) {
-  const auto maker = Larder::makeStrong<Maker>();
-  EXPECT_FALSE(maker->create(true));
-  EXPECT_FALSE(maker->present());
-  const auto data = maker->create(false);
-  EXPECT_EQ(maker->create(true), data);
-  EXPECT_EQ(maker->get(), data);
-  EXPECT_EQ(maker->made, 1);
-  EXPECT_EQ(data->dataCreator().lock(), maker);
+TEST_F(Creators, MakeDataOnceAsLongAsItIsInMemoryAndThenAnew) {
+  EXPECT_FALSE(maker_->create(true));
+  {
+    const auto data = maker_->create(false);
+    EXPECT_EQ(data->dataCreator().lock(), maker_);
+    Cache::MemCache().setBudget(0);
+    EXPECT_EQ(maker_->get(), data) << "its user holds it";
+    EXPECT_EQ(maker_->made, 1);
+  }
+  EXPECT_FALSE(maker_->create(true));
+  Cache::MemCache().setBudget(1000);
+  maker_->get();
+  maker_->get();
+  EXPECT_EQ(maker_->made, 2) << "the cache holds it";
   Cache::MemCache().setBudget(0);
-  EXPECT_EQ(maker->get(), data) << "its user holds it";
-}
-
-TEST_F(Creators, MakeDataAnewWhenMemoryHasLetItGo) {
-  const auto maker = Larder::makeStrong<Maker>();
-  maker->get();
-  maker->get();
-  EXPECT_EQ(maker->made, 1) << "the cache holds it";
-  Cache::MemCache().setBudget(0);
-  EXPECT_FALSE(maker->create(true));
-  maker->get();
-  EXPECT_EQ(maker->made, 2);
-  maker->empty = true;
-  EXPECT_FALSE(maker->get());
+  maker_->empty = true;
+  EXPECT_FALSE(maker_->get());
 }
 
 TEST_F(Creators, RenewTheUseOfDataThatIsAskedFor) {
@@ -188,45 +150,33 @@ TEST_F(Creators, RenewTheUseOfDataThatIsAskedFor) {
 }
 
 TEST_F(Creators, WithoutCachingLeaveDataToItsUser) {
-  const auto maker = Larder::makeStrong<Maker>();
-  maker->enableCaching(false);
-  {
-    const auto data = maker->get();
-    EXPECT_EQ(maker->get(), data);
-  }
-  EXPECT_FALSE(maker->present());
-  EXPECT_EQ(Cache::MemCache().bytesHeld(), 0U);
+  maker_->enableCaching(false);
+  EXPECT_TRUE(maker_->get());
+  EXPECT_FALSE(maker_->present());
 }
 
 TEST_F(Creators, PinWhatCanNotBeMadeAgainUntilItCan) {
   Cache cache(10);
-  const auto maker = Larder::makeStrong<Maker>();
-  maker->keep(Data(new Block(10)));
-  EXPECT_TRUE(maker->create(true));
+  maker_->keep(Data(new Block(10)));
+  EXPECT_TRUE(maker_->create(true));
   EXPECT_EQ(cache.bytesHeld() + Cache::MemCache().bytesHeld(), 0U);
-  maker->letGo(cache);
+  maker_->letGo(cache);
   EXPECT_EQ(cache.bytesHeld(), 10U);
-  EXPECT_TRUE(maker->present());
   cache.setBudget(0);
-  EXPECT_FALSE(maker->present());
+  EXPECT_FALSE(maker_->present());
   cache.setBudget(10);
-  maker->get();
+  maker_->get();
   EXPECT_EQ(cache.bytesHeld(), 10U) << "new data goes where the former went";
 }
 
 TEST_F(Creators, TakeTheirDataOutOfTheCacheWhenTheyGo) {
-  auto maker = Larder::makeStrong<Maker>();
-  const auto other = Larder::makeStrong<Maker>();
-  other->get();
-  const Seen data = maker->get();
-  maker.reset();
-  EXPECT_FALSE(data);
-  EXPECT_EQ(Cache::MemCache().bytesHeld(), 10U);
+  Larder::makeStrong<Maker>()->get();
+  EXPECT_EQ(Cache::MemCache().bytesHeld(), 0U);
 }
 
 TEST_F(Creators, ServeSeveralThreadsFromASmallCache) {
   Cache::MemCache().setBudget(30);
-  std::vector<MakerHandle> makers;
+  std::vector<Larder::StrongPtr<Maker>> makers;
   for (int i = 0; i < 8; ++i) makers.push_back(Larder::makeStrong<Maker>());
   TestSupport::inThreads(4, [&](int thread) {
     std::mt19937 random(static_cast<unsigned>(thread));

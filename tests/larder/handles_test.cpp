@@ -3,7 +3,6 @@
 #include <functional>
 #include <stdexcept>
 
-#include "support/console_capture.h"
 #include "support/in_threads.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -57,39 +56,26 @@ TEST(Handles, LiveFromTheFirstHandleToTheLast) {
   EXPECT_THAT(story.counts, ElementsAre(1, 0x35000000, -1));
 }
 
-TEST(Handles, OfOneObjectShareOneBlock) {
-  Witness::Story story;
-  auto* object = new Witness(story);
-  const Handle strong(object);
-  const Larder::StrongPtr<Larder::Cacheable> base = strong;
-  const Handle again(object);
-  EXPECT_EQ(strong.block(), base.block());
-  EXPECT_EQ(strong.block(), again.block());
-  EXPECT_EQ(base, strong);
-  const Weak weak = strong;
-  EXPECT_EQ(strong.block()->strongCount(), 3);
-  EXPECT_EQ(strong.block()->weakCount(), 4) << "each strong handle counts as a weak one too";
-  EXPECT_EQ(sizeof(strong), 2 * sizeof(void*));
-}
-
 TEST(Handles, KeepTheirCountsThroughCopiesMovesAndAssignments) {
   Witness::Story story;
   Handle a(new Witness(story));
+  Larder::StrongPtr<Larder::Cacheable> base = a;
+  EXPECT_EQ(a.block(), base.block());
   Handle b = a;
   Handle moved = std::move(b);
   EXPECT_FALSE(b);  // NOLINT: what a moved handle is
-  EXPECT_EQ(a.block()->strongCount(), 2);
+  EXPECT_EQ(a.block()->strongCount(), 3);
   b = moved;
   b = *&b;
   moved = nullptr;
-  EXPECT_EQ(moved, nullptr);
   std::swap(a, b);
-  EXPECT_EQ(a.block()->strongCount(), 2);
+  EXPECT_EQ(a.block()->strongCount(), 3);
   Weak weak = a;
   Weak other = weak;
   other = std::move(weak);
-  EXPECT_EQ(a.block()->weakCount(), 3);
+  EXPECT_EQ(a.block()->weakCount(), 4) << "each strong handle counts as a weak one too";
   a.reset();
+  base.reset();
   EXPECT_TRUE(other);
   b.reset();
   EXPECT_FALSE(other);
@@ -163,35 +149,19 @@ TEST(Handles, ToObjectsWithoutOwnersEndWithThem) {
   EXPECT_FALSE(weak.lock());
 }
 
-struct Left : Larder::ReferenceBase<Left> {
-  long left = 1;
-};
+struct Left : Larder::ReferenceBase<Left> {};
 struct Right {
   virtual ~Right() = default;
   long right = 2;
 };
-struct Both : Left, Right {};
+struct Both : Right, Left {};
 struct Other : Left {};
 
 TEST(Handles, FindTheTypeOfTheirObject) {
   const Larder::StrongPtr<Left> handle(new Both);
-  const auto both = handle.castTo<Both>();
-  ASSERT_TRUE(both);
-  EXPECT_EQ(both->right, 2);
-  EXPECT_FALSE(handle.castTo<Other>());
-  EXPECT_FALSE(Larder::StrongPtr<Left>().castTo<Both>());
-  const Larder::DynPtr<Both> dynamic(handle);
-  EXPECT_EQ(dynamic, both);
-  EXPECT_FALSE(Larder::DynPtr<Other>(handle));
-  EXPECT_EQ(handle.block()->strongCount(), 3);
-}
-
-TEST(Handles, SpeakOfATypedPointerThatIsNotTheirObjects) {
-  const TestSupport::ConsoleCapture console;
-  const int there = 0;
-  Larder::SpeakPtr::InconsistentDynPtr(typeid(Both).name(), &there, nullptr);
-  ASSERT_EQ(console.messages().size(), 1U);
-  EXPECT_THAT(console.messages()[0], ::testing::HasSubstr("Both"));
+  EXPECT_EQ(Larder::DynPtr<Both>(handle)->right, 2);
+  EXPECT_EQ(handle.castTo<Both>(), handle);
+  EXPECT_FALSE(handle.castTo<Other>() || Larder::DynPtr<Other>(handle));
 }
 
 /// Counts what lives, and shows when it is used after its end.
@@ -233,23 +203,20 @@ TEST(HandlesInThreads, AWeakHandleGetsAWholeObjectOrNone) {
 }
 
 TEST(HandlesInThreads, CountsAddUp) {
-  Witness::Story story;
-  auto* object = new Witness(story);
-  {
-    const Handle kept(object);
-    TestSupport::inThreads(4, [&](int) {
-      for (int i = 0; i < 2000; ++i) {
-        const Handle raw(object);
-        Handle copy = raw;
-        const Weak weak = copy;
-        copy = weak.lock();
-        EXPECT_TRUE(copy);
-      }
-    });
-    EXPECT_EQ(kept.block()->strongCount(), 1);
-    EXPECT_EQ(kept.block()->weakCount(), 1);
-  }
-  EXPECT_EQ(story.events.size(), 3U);
+  std::atomic<int> alive{0};
+  auto* object = new Canary(alive);
+  const Larder::StrongPtr<Canary> kept(object);
+  TestSupport::inThreads(4, [&](int) {
+    for (int i = 0; i < 2000; ++i) {
+      const Larder::StrongPtr<Canary> raw(object);
+      Larder::StrongPtr<Canary> copy = raw;
+      const Larder::WeakPtrImpl<Canary> weak = copy;
+      copy = weak.lock();
+      EXPECT_TRUE(copy);
+    }
+  });
+  EXPECT_EQ(kept.block()->strongCount(), 1);
+  EXPECT_EQ(kept.block()->weakCount(), 1);
 }
 
 TEST(HandlesInThreads, TheFirstHandlesAgreeOnOneBlock) {

@@ -36,19 +36,17 @@ TEST(Filters, ShuffleGroupsTheBytesOfEqualWeight) {
 
 TEST(Filters, InflateRestoresWhatDeflateMadeAndNothingElse) {
   std::mt19937 random(12);
-  for (int level = 1; level <= 12; ++level) {
-    const auto bytes = randomBytes(10'000, random);
+  const auto bytes = randomBytes(10'000, random);
+  for (const int level : {1, 12}) {
     const auto stream = deflated(bytes, level);
-    ASSERT_FALSE(stream.empty());
     EXPECT_LT(stream.size(), bytes.size());
     std::vector<std::byte> back(bytes.size());
-    EXPECT_TRUE(inflate(stream, back));
-    EXPECT_EQ(back, bytes);
-    std::vector<std::byte> shorter(bytes.size() - 1);
-    std::vector<std::byte> longer(bytes.size() + 1);
-    EXPECT_FALSE(inflate(stream, shorter));
-    EXPECT_FALSE(inflate(stream, longer));
+    EXPECT_TRUE(inflate(stream, back) && back == bytes);
     EXPECT_FALSE(inflate(std::span(stream).first(stream.size() / 2), back));
+    for (const std::size_t size : {bytes.size() - 1, bytes.size() + 1}) {
+      back.resize(size);
+      EXPECT_FALSE(inflate(stream, back));
+    }
   }
 }
 

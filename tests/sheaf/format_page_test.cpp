@@ -1,8 +1,6 @@
-#include "sheaf/file_bytes.h"
 #include "sheaf/sample_data.h"
 #include "sheaf/tool_runs.h"
-#include "support/temp_folder.h"
-#include <gtest/gtest.h>
+#include "support/program_run.h"
 
 // The examples of docs/q8-format.md do what the page says.
 namespace {
@@ -11,7 +9,7 @@ using namespace TestSupport;
 
 /// The i-th Python block of the page.
 std::string example(std::size_t i) {
-  const std::string page = readFile(RECAST_DOCS "/q8-format.md");
+  const std::string page = textOf(RECAST_DOCS "/q8-format.md");
   const std::string fence = "```python\n";
   std::size_t start = 0;
   for (std::size_t found = 0; found <= i; ++found) {
@@ -22,42 +20,16 @@ std::string example(std::size_t i) {
   return page.substr(start, page.find("```", start) - start);
 }
 
-std::string indented(const std::string& lines) {
-  std::string text;
-  bool atStart = true;
-  for (const char c : lines) {
-    if (atStart) text += "    ";
-    text += c;
-    atStart = c == '\n';
-  }
-  return text;
-}
-
-class FormatPage : public testing::Test {
+class FormatPage : public FileTest {
  protected:
   void SetUp() override {
-    if (std::string(RECAST_H5PY).empty()) GTEST_SKIP() << "there is no Python with h5py";
+    if (!hasH5py()) GTEST_SKIP() << "there is no Python with h5py";
   }
-  ToolRun runExample(const std::string& script) {
-    return run("cd " + folder_.path().string() + " && " RECAST_H5PY " " +
-               folder_.write("example.py", script));
-  }
-  TempFolder folder_;
 };
 
 TEST_F(FormatPage, ItsFirstExampleReadsPointsAndATile) {
-  struct Shifted : Quilt::StorageTransformations {
-    bool WriteAsSinglePrecision(const std::string& field,
-                                const Larder::StrongPtr<Larder::ChunkBase>&) const override {
-      return field == "Positions";
-    }
-    bool EnableNumericalShift(const std::string&,
-                              const Larder::StrongPtr<Larder::ChunkBase>&) const override {
-      return true;
-    }
-  };
   {
-    const auto bundle = boundBundle(folder_ / "survey.q8", Larder::makeStrong<Shifted>());
+    const auto bundle = boundBundle(folder_ / "survey.q8", shifted(0));
     auto points = sampleArray<1, Point>({2});
     (*points)[0] = {4'000'000.5, 10.0, -3.0};
     (*points)[1] = {4'000'002.5, 30.0, -1.0};
@@ -65,13 +37,13 @@ TEST_F(FormatPage, ItsFirstExampleReadsPointsAndATile) {
     put(*vertices(*bundle, "Heights"), "Elevation", "[0x0x0]", sampleArray<3, float>({5, 3, 1}));
     (*vertices(*bundle, "Heights"))["Elevation"].field()->makeFragmentID("[5x0x0]");
   }
-  const auto [status, output] = runExample(example(0));
+  const auto [status, output] = runPython(folder_, example(0));
   EXPECT_EQ(status, 0) << output;
   EXPECT_EQ(output, "[ 4.0000015e+06  2.0000000e+01 -2.0000000e+00] (3, 5) ['[0x0x0]']\n");
 }
 
 TEST_F(FormatPage, ItsSecondExampleWritesAFileThatLoads) {
-  const auto [status, output] = runExample(example(1));
+  const auto [status, output] = runPython(folder_, example(1));
   ASSERT_EQ(status, 0) << output;
   const auto points = get(*loadBundle(folder_ / "written.q8"), "Positions", "tile 1", "Cloud")
                           .castTo<Quilt::MemArray<1, Point>>();
@@ -81,9 +53,8 @@ TEST_F(FormatPage, ItsSecondExampleWritesAFileThatLoads) {
 }
 
 TEST_F(FormatPage, ItsRecipeReadsPackedFragments) {
-  const std::string file = folder_ / "packed.q8";
   {
-    const auto bundle = boundBundle(file, compressed(1));
+    const auto bundle = boundBundle(file_, compressed(1));
     const auto target = vertices(*bundle);
     const auto lattice = Larder::makeStrong<Quilt::FragmentIDCollection>();
     lattice->setFragmentNames<3>({101, 100, 1}, "");
@@ -91,17 +62,16 @@ TEST_F(FormatPage, ItsRecipeReadsPackedFragments) {
     for (unsigned i = 0; i < 300; i += 7)
       put(*target, "v", lattice->findFragmentID(i)->name(), sampleArray<2, Point>({3, 2}, i));
   }
-  const auto [status, output] = runExample(
-      "import h5py, numpy as np\n"
-      "field = h5py.File('" +
-      file +
-      "')['0.000000/G/Skeleton_3_0/Cartesian/v']\n"
-      "assert len(field['@fragments']) == 10100\n"
-      "for row in field['@fragments'][:300:7]:\n" +
-      indented(example(2)) +
-      "    expected = np.arange(row['number'], row['number'] + 6) / 7\n"
-      "    assert np.array_equal(array[..., 0].ravel(), expected), (row, array)\n"
-      "    assert array.shape == (2, 3, 3)\n");
+  folder_.write("recipe.py", example(2));
+  const auto [status, output] =
+      runPython(folder_,
+                "field = h5py.File('a.q8')['0.000000/G/Skeleton_3_0/Cartesian/v']\n"
+                "assert len(field['@fragments']) == 10100\n"
+                "for row in field['@fragments'][:300:7]:\n"
+                "    exec(open('recipe.py').read())\n"
+                "    expected = np.arange(row['number'], row['number'] + 6) / 7\n"
+                "    assert np.array_equal(array[..., 0].ravel(), expected), (row, array)\n"
+                "    assert array.shape == (2, 3, 3)\n");
   EXPECT_EQ(status, 0) << output;
 }
 

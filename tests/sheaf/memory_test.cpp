@@ -2,79 +2,67 @@
 #include <atomic>
 #include <thread>
 
-#include "sheaf/file_bytes.h"
 #include "sheaf/sample_data.h"
 #include "support/console_capture.h"
-#include "support/temp_folder.h"
-#include <gmock/gmock.h>
+#include "support/in_threads.h"
+#include "support/program_run.h"
 
 // Bounded memory, and several threads.
 namespace {
 
 using namespace TestSupport;
 
-/// Gives the memory cache another budget for one test.
-class CacheBudget {
- public:
-  explicit CacheBudget(std::size_t bytes) : former_(Larder::Cache::MemCache().budget()) {
-    Larder::Cache::MemCache().setBudget(bytes);
-  }
-  ~CacheBudget() { Larder::Cache::MemCache().setBudget(former_); }
+constexpr std::int64_t kMiB = 1 << 20;
 
- private:
-  std::size_t former_;
-};
-
-template <class Work>
-void inThreads(unsigned threads, Work work) {
-  std::vector<std::thread> running;
-  for (unsigned i = 0; i < threads; ++i) running.emplace_back([&work, i] { work(i); });
-  for (std::thread& thread : running) thread.join();
+Quilt::MemBaseHandle mebibyte(unsigned first) {
+  return sampleArray<1, double>({kMiB / 8}, first);
 }
 
-TEST(Memory, OfAConversionIsBoundedByTheCacheAndTheQueue) {
-  constexpr std::int64_t kMiB = 1 << 20;
+class Memory : public FileTest {
+ protected:
+  ~Memory() override { Larder::Cache::MemCache().setBudget(formerBudget_); }
+  std::int64_t grown() const { return Larder::ChunkBase::TotalMemsize - atStart_; }
+
+ private:
+  const std::size_t formerBudget_ = Larder::Cache::MemCache().budget();
+  const std::int64_t atStart_ = Larder::ChunkBase::TotalMemsize;
+};
+
+TEST_F(Memory, OfAConversionIsBoundedByTheCacheAndTheQueue) {
   constexpr unsigned kArrays = 100;
-  const CacheBudget budget(8 * kMiB);
+  Larder::Cache::MemCache().setBudget(8 * kMiB);
   for (const int level : {0, 1}) {
-    const TempFolder folder;
-    const std::int64_t before = Larder::ChunkBase::TotalMemsize;
-    const auto bundle = boundBundle(folder / "a.q8", compressed(level));
+    const auto bundle = boundBundle(file_, compressed(level));
     const auto target = vertices(*bundle);
-    const auto array = [](unsigned i) { return sampleArray<1, double>({kMiB / 8}, i); };
     std::int64_t most = 0;
     for (unsigned i = 0; i < kArrays; ++i) {
-      put(*target, "v", std::to_string(i), array(i));
-      most = std::max(most, Larder::ChunkBase::TotalMemsize - before);
+      put(*target, "v", std::to_string(i), mebibyte(i));
+      most = std::max(most, grown());
     }
     // The queue, the cache, one array in the writer's hands and one that is just handed over.
     EXPECT_LE(most, (8 + 8 + 2) * kMiB);
     bundle->sync();
-    EXPECT_LE(Larder::ChunkBase::TotalMemsize - before, 8 * kMiB);
+    EXPECT_LE(grown(), 8 * kMiB);
     for (unsigned i = 0; i < kArrays; i += 9)
-      EXPECT_TRUE(sameArrays(get(*bundle, "v", std::to_string(i)), array(i)));
-    EXPECT_LE(Larder::ChunkBase::TotalMemsize - before, 8 * kMiB);
+      EXPECT_TRUE(sameArrays(get(*bundle, "v", std::to_string(i)), mebibyte(i)));
+    EXPECT_LE(grown(), 8 * kMiB);
   }
 }
 
-TEST(Memory, OfSavingALoadedBundleIsBounded) {
-  constexpr std::int64_t kMiB = 1 << 20;
-  const CacheBudget budget(4 * kMiB);
-  const TempFolder folder;
+TEST_F(Memory, OfSavingALoadedBundleIsBounded) {
+  Larder::Cache::MemCache().setBudget(4 * kMiB);
   {
-    const auto bundle = boundBundle(folder / "a.q8");
-    for (unsigned i = 0; i < 50; ++i)
-      put(*vertices(*bundle), "v", std::to_string(i), sampleArray<1, double>({kMiB / 8}, i));
+    const auto bundle = boundBundle(file_);
+    for (unsigned i = 0; i < 50; ++i) put(*vertices(*bundle), "v", std::to_string(i), mebibyte(i));
   }
-  const std::int64_t before = Larder::ChunkBase::TotalMemsize;
-  const auto loaded = loadBundle(folder / "a.q8");
+  const std::int64_t before = grown();
+  const auto loaded = loadBundle(file_);
   std::atomic<bool> done{false};
   std::int64_t most = 0;
   std::thread watch([&] {
-    for (; !done; std::this_thread::yield())
-      most = std::max(most, Larder::ChunkBase::TotalMemsize - before);
+    for (; !done; std::this_thread::yield()) most = std::max(most, grown() - before);
   });
-  EXPECT_EQ(loaded.save(folder / "b.q8", nullptr, nullptr).number, 0);
+  EXPECT_EQ(loaded.save(folder_ / "b.q8", nullptr, nullptr).number, 0);
   done = true;
   watch.join();
   EXPECT_LE(most, (4 + 4 + 3) * kMiB);
@@ -92,36 +80,42 @@ void fill(Quilt::Bundle& bundle, unsigned seed) {
   }
 }
 
-TEST(Threads, WithABundleEachGiveTheSameFilesAsOneAfterTheOther) {
-  constexpr unsigned kThreads = 4;
-  const TempFolder folder;
-  const auto name = [&](const char* how, unsigned i) { return folder / (how + std::to_string(i)); };
-  for (unsigned i = 0; i < kThreads; ++i) fill(*boundBundle(name("one", i), compressed(1)), 7 * i);
-  inThreads(kThreads, [&](unsigned i) {
-    fill(*boundBundle(name("two", i), compressed(1)), 7 * i);
-    EXPECT_TRUE(loadBundle(name("two", i)));
+using Threads = FileTest;
+
+TEST_F(Threads, WithABundleEachGiveTheSameFilesAsOneAfterTheOther) {
+  constexpr int kThreads = 4;
+  const auto name = [this](const char* how, int i) { return folder_ / (how + std::to_string(i)); };
+  const auto write = [](const std::string& file, int i) {
+    fill(*boundBundle(file, compressed(1)), static_cast<unsigned>(7 * i));
+  };
+  for (int i = 0; i < kThreads; ++i) write(name("one", i), i);
+  const ConsoleCapture console;
+  inThreads(kThreads, [&](int i) {
+    write(name("two", i), i);
+    // The failures of others don't disturb it.
+    EXPECT_FALSE(loadBundle(folder_ / "none.q8"));
+    const auto loaded = loadBundle(name("two", i));
+    EXPECT_TRUE(loaded && get(*loaded, "Positions", "f19"));
   });
-  for (unsigned i = 0; i < kThreads; ++i)
-    EXPECT_TRUE(readFile(name("one", i)) == readFile(name("two", i))) << i;
+  for (int i = 0; i < kThreads; ++i)
+    EXPECT_TRUE(textOf(name("one", i)) == textOf(name("two", i))) << i;
 }
 
-TEST(Threads, HandOverIntoOneBundleAndReadFromIt) {
-  constexpr unsigned kThreads = 4;
-  constexpr std::uint32_t kFragments = 10'400;
-  const TempFolder folder;
-  const std::string file = folder / "a.q8";
+TEST_F(Threads, HandOverIntoOneBundleAndReadFromIt) {
+  constexpr int kThreads = 4;
+  constexpr std::uint32_t kFragments = 2000;
   const auto array = [](std::uint32_t i) { return sampleArray<1, int>({5 + i % 7}, i); };
   {
-    const auto bundle = boundBundle(file, compressed(1));
+    const auto bundle = boundBundle(file_, compressed(1));
     const auto target = vertices(*bundle);
     const auto packed = (*target)["packed"].field();
-    for (std::uint32_t i = 0; i < kFragments; ++i) packed->makeFragmentID(std::to_string(i));
+    for (std::uint32_t i = 0; i < 10'400; ++i) packed->makeFragmentID(std::to_string(i));
     const auto apart =
         Larder::makeStrong<Quilt::Field>(Larder::makeStrong<Quilt::FragmentIDCollection>());
     for (std::uint32_t i = 0; i < 200; ++i) apart->makeFragmentID(std::to_string(i));
     (*target)["apart"] = apart;
-    inThreads(kThreads, [&](unsigned thread) {
-      for (std::uint32_t i = thread; i < 2000; i += kThreads) {
+    inThreads(kThreads, [&](int thread) {
+      for (auto i = static_cast<std::uint32_t>(thread); i < kFragments; i += kThreads)
         for (const auto& field : {packed, apart}) {
           if (field == apart && i >= 200) continue;
           const auto fragment = field->getFragmentIDCollection()->findFragmentID(i);
@@ -130,44 +124,16 @@ TEST(Threads, HandOverIntoOneBundleAndReadFromIt) {
           const auto creator = field->getCreatorByNumber(other);
           EXPECT_TRUE(!creator || sameArrays(creator->get(), array(other)));
         }
-      }
     });
   }
-  const auto loaded = loadBundle(file);
+  const auto loaded = loadBundle(file_);
   // Readers share the fields, and with them the file and the packed dataset.
-  inThreads(kThreads, [&](unsigned thread) {
-    for (std::uint32_t i = thread; i < 2000; ++i) {
+  inThreads(kThreads, [&](int thread) {
+    for (auto i = static_cast<std::uint32_t>(thread); i < kFragments; ++i) {
       EXPECT_TRUE(sameArrays(get(*loaded, "packed", std::to_string(i)), array(i)));
       EXPECT_TRUE(i >= 200 || sameArrays(get(*loaded, "apart", std::to_string(i)), array(i)));
     }
   });
-}
-
-TEST(Threads, ReadLargeArraysOfOneFileAtOnce) {
-  const TempFolder folder;
-  const auto points = sampleArray<1, Point>({200'000});
-  put(*vertices(*boundBundle(folder / "a.q8", compressed(1))), "Positions", "f", points);
-  inThreads(3, [&](unsigned) {
-    EXPECT_TRUE(sameArrays(get(*loadBundle(folder / "a.q8"), "Positions", "f"), points));
-  });
-}
-
-TEST(Threads, OfWhichOneFailsDoNotDisturbEachOther) {
-  const TempFolder folder;
-  const ConsoleCapture console;
-  inThreads(4, [&](unsigned i) {
-    if (i % 2 == 0) {
-      fill(*boundBundle(folder / std::to_string(i)), i);
-      return;
-    }
-    for (int again = 0; again < 20; ++again) {
-      Quilt::BundlePtr bundle(new Quilt::Bundle);
-      EXPECT_NE(bundle->bindToNew(folder / "missing/a.q8").number, 0);
-      EXPECT_FALSE(loadBundle(folder / "none.q8"));
-    }
-  });
-  for (const char* name : {"0", "2"}) EXPECT_TRUE(loadBundle(folder / name)) << name;
-  EXPECT_FALSE(console.contains("was not completed"));
 }
 
 /// A creator whose bundle is gone and whose array is not in memory.
@@ -182,19 +148,15 @@ Quilt::CreatorHandle lonelyCreator(const std::string& file) {
   return creator;
 }
 
-TEST(Creators, OutliveTheirBundleAndReadItsFile) {
-  const TempFolder folder;
-  EXPECT_TRUE(sameArrays(lonelyCreator(folder / "a.q8")->get(), sampleArray<1, int>({100})));
-}
+using Creators = FileTest;
 
-TEST(Creators, DoNotReadAFileThatTookThePlaceOfTheirs) {
-  const TempFolder folder;
-  const auto creator = lonelyCreator(folder / "a.q8");
-  const auto other = lonelyCreator(folder / "a.q8");
+TEST_F(Creators, OutliveTheirBundleAndReadItsFileButNoneThatTookItsPlace) {
+  const auto creator = lonelyCreator(file_);
+  const auto other = lonelyCreator(file_);
   const ConsoleCapture console;
   EXPECT_FALSE(creator->get());
   EXPECT_TRUE(console.contains("the file was replaced by another one"));
-  EXPECT_TRUE(other->get());
+  EXPECT_TRUE(sameArrays(other->get(), sampleArray<1, int>({100})));
 }
 
 }  // namespace

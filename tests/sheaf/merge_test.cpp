@@ -1,7 +1,5 @@
-#include "sheaf/file_bytes.h"
 #include "sheaf/sample_data.h"
 #include "support/console_capture.h"
-#include "support/temp_folder.h"
 #include <gmock/gmock.h>
 
 // Several files in one bundle, and bundles that go on with a file.
@@ -23,8 +21,8 @@ bool loadInto(const Quilt::BundlePtr& bundle, const std::string& file) {
 /// A file with the field "v" of the grid "G", its fragments the named ones.
 template <class T>
 void writeFile(const std::string& file, const std::vector<std::string>& fragments, unsigned first,
-               const Quilt::StorageHandle& rules = nullptr) {
-  const auto bundle = boundBundle(file, rules);
+               int level = 0) {
+  const auto bundle = boundBundle(file, compressed(level));
   for (const std::string& fragment : fragments) {
     put(*vertices(*bundle), "v", fragment, sampleArray<1, T>({4}, first));
     first += 10;
@@ -35,10 +33,11 @@ Quilt::MemBaseHandle ints(unsigned first) {
   return sampleArray<1, int>({4}, first);
 }
 
-/// What the field "v" of a file holds, each fragment as its first value; -1 for no data.
-std::vector<std::pair<std::string, int>> contentOf(const Quilt::Bundle& bundle,
-                                                   const std::string& field = "v") {
-  std::vector<std::pair<std::string, int>> content;
+using Entry = std::pair<std::string, int>;
+
+/// What a field of the grid "G" holds, each fragment as its first value; -1 for no data.
+std::vector<Entry> contentOf(const Quilt::Bundle& bundle, const std::string& field = "v") {
+  std::vector<Entry> content;
   const auto found = findField(bundle, "G", field);
   if (!found) return content;
   for (const auto& fragment : found->getFragmentIDs()) {
@@ -48,135 +47,103 @@ std::vector<std::pair<std::string, int>> contentOf(const Quilt::Bundle& bundle,
   return content;
 }
 
-std::vector<std::pair<std::string, int>> contentOf(const std::string& file,
-                                                   const std::string& field = "v") {
+std::vector<Entry> contentOf(const std::string& file, const std::string& field = "v") {
   const auto bundle = loadBundle(file);
-  return bundle ? contentOf(*bundle, field) : std::vector<std::pair<std::string, int>>();
+  return bundle ? contentOf(*bundle, field) : std::vector<Entry>();
 }
 
-using Entry = std::pair<std::string, int>;
+class Merge : public FileTest {
+ protected:
+  std::string other_ = folder_ / "b.q8";
+  Quilt::BundlePtr bundle_{new Quilt::Bundle};
+  ConsoleCapture console_;
+};
 
-TEST(Merge, NewFragmentsJoinAndOfEqualOnesTheFirstStays) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x", "y"}, 1);
-  writeFile<int>(folder / "b.q8", {"z", "y"}, 101);
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  const ConsoleCapture console;
-  EXPECT_TRUE(loadInto(bundle, folder / "a.q8"));
-  EXPECT_THAT(console.messages(), ElementsAre());
-  EXPECT_TRUE(loadInto(bundle, folder / "b.q8"));
-  EXPECT_THAT(console.messages(),
+TEST_F(Merge, NewFragmentsJoinAndOfEqualOnesTheFirstStays) {
+  writeFile<int>(file_, {"x", "y"}, 1);
+  writeFile<int>(other_, {"z", "y"}, 101);
+  EXPECT_TRUE(loadInto(bundle_, file_));
+  EXPECT_THAT(console_.messages(), ElementsAre());
+  EXPECT_TRUE(loadInto(bundle_, other_));
+  EXPECT_THAT(console_.messages(),
               ElementsAre(testing::HasSubstr("1 fragments of the field \"v\" have names that")));
-  EXPECT_THAT(contentOf(*bundle), ElementsAre(Entry("x", 1), Entry("y", 11), Entry("z", 101)));
+  EXPECT_THAT(contentOf(*bundle_), ElementsAre(Entry("x", 1), Entry("y", 11), Entry("z", 101)));
+
+  bool ok = false;  // without the flag the file has a bundle of its own
+  const auto loaded = Quilt::Bundle::load(
+      ok, Larder::makeStrong<Larder::LoaderParameters>(stringList({other_}), false), bundle_);
+  EXPECT_TRUE(ok && !(loaded == bundle_));
+  EXPECT_THAT(contentOf(*loaded), ElementsAre(Entry("z", 101), Entry("y", 111)));
 }
 
-TEST(Merge, DataInMemoryStays) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x", "y"}, 1);
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  put(*vertices(*bundle), "v", "y", ints(900));
-  const ConsoleCapture console;
-  EXPECT_TRUE(loadInto(bundle, folder / "a.q8"));
-  EXPECT_EQ(console.count("names that the bundle has data for"), 1U);
-  EXPECT_THAT(contentOf(*bundle), ElementsAre(Entry("y", 900), Entry("x", 1)));
+TEST_F(Merge, AnotherElementTypeIsLeftOut) {
+  writeFile<int>(file_, {"x"}, 1);
+  writeFile<double>(other_, {"y"}, 1);
+  EXPECT_TRUE(loadInto(bundle_, file_) && loadInto(bundle_, other_));
+  EXPECT_TRUE(console_.contains("holds elements of double, the bundle's of int"));
+  EXPECT_THAT(contentOf(*bundle_), ElementsAre(Entry("x", 1), Entry("y", -1)));
 }
 
-TEST(Merge, AnotherElementTypeIsLeftOut) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x"}, 1);
-  writeFile<double>(folder / "b.q8", {"y"}, 1);
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  const ConsoleCapture console;
-  EXPECT_TRUE(loadInto(bundle, folder / "a.q8"));
-  EXPECT_TRUE(loadInto(bundle, folder / "b.q8"));
-  EXPECT_TRUE(console.contains("holds elements of double, the bundle's of int"));
-  EXPECT_THAT(contentOf(*bundle), ElementsAre(Entry("x", 1), Entry("y", -1)));
-}
-
-TEST(Merge, FieldsFindTheirFragmentsWhateverTheirNumbers) {
+TEST_F(Merge, FieldsFindTheirFragmentsWhateverTheirNumbers) {
   // In the file "w" shares the fragments of "v"; in the bundle it has its own.
-  const TempFolder folder;
   {
-    const auto bundle = boundBundle(folder / "a.q8");
+    const auto bundle = boundBundle(file_);
     for (const char* fragment : {"p", "q", "r"}) {
       put(*vertices(*bundle), "v", fragment, ints(static_cast<unsigned>(fragment[0])));
       put(*vertices(*bundle), "w", fragment, ints(1000U + static_cast<unsigned>(fragment[0])));
     }
   }
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  put(*vertices(*bundle), "v", "r", ints(1));
-  auto own = Larder::makeStrong<Quilt::FragmentIDCollection>();
-  (*vertices(*bundle))["w"] = Larder::makeStrong<Quilt::Field>(own);
-  put(*vertices(*bundle), "w", "q", ints(2));
-  put(*vertices(*bundle), "w", "other", ints(3));
-  const ConsoleCapture console;
-  EXPECT_TRUE(loadInto(bundle, folder / "a.q8"));
-  EXPECT_THAT(contentOf(*bundle, "v"),
+  put(*vertices(*bundle_), "v", "r", ints(1));
+  (*vertices(*bundle_))["w"] =
+      Larder::makeStrong<Quilt::Field>(Larder::makeStrong<Quilt::FragmentIDCollection>());
+  put(*vertices(*bundle_), "w", "q", ints(2));
+  put(*vertices(*bundle_), "w", "other", ints(3));
+  EXPECT_TRUE(loadInto(bundle_, file_));
+  EXPECT_THAT(contentOf(*bundle_, "v"),
               UnorderedElementsAre(Entry("r", 1), Entry("p", 'p'), Entry("q", 'q')));
-  EXPECT_THAT(contentOf(*bundle, "w"),
+  EXPECT_THAT(contentOf(*bundle_, "w"),
               UnorderedElementsAre(Entry("q", 2), Entry("other", 3), Entry("p", 1000 + 'p'),
                                    Entry("r", 1000 + 'r')));
 }
 
-TEST(Merge, WithoutTheFlagGivesABundleOfItsOwn) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x"}, 1);
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  bool ok = false;
-  const auto loaded = Quilt::Bundle::load(
-      ok, Larder::makeStrong<Larder::LoaderParameters>(stringList({folder / "a.q8"}), false),
-      bundle);
-  EXPECT_TRUE(ok && loaded && !(loaded == bundle));
-  EXPECT_TRUE(bundle->begin() == bundle->end());
-}
-
-TEST(Merge, ADamagedFileChangesNothing) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x"}, 1);
-  const std::string whole = readFile(folder / "a.q8");
-  const std::string damaged = folder.write("b.q8", whole.substr(0, whole.size() / 2));
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  const ConsoleCapture console;
-  EXPECT_FALSE(loadInto(bundle, damaged));
-  EXPECT_TRUE(console.contains(damaged));
-  EXPECT_TRUE(bundle->begin() == bundle->end());
-  EXPECT_TRUE(bundle->attributes().empty());
+TEST_F(Merge, ADamagedFileChangesNothing) {
+  writeFile<int>(file_, {"x"}, 1);
+  std::filesystem::resize_file(file_, std::filesystem::file_size(file_) / 2);
+  EXPECT_FALSE(loadInto(bundle_, file_));
+  EXPECT_TRUE(console_.contains(file_));
+  EXPECT_TRUE(bundle_->begin() == bundle_->end());
+  EXPECT_TRUE(bundle_->attributes().empty());
 }
 
 /// Binds a new bundle to an existing file, which must succeed.
-Quilt::BundlePtr continued(const std::string& file, const Quilt::StorageHandle& rules = nullptr) {
+Quilt::BundlePtr continued(const std::string& file, int level = 0) {
   Quilt::BundlePtr bundle(new Quilt::Bundle);
-  const auto [number, text] = bundle->bindTo(file, rules);
+  const auto [number, text] = bundle->bindTo(file, compressed(level));
   if (number != 0) throw std::runtime_error(text);
   return bundle;
 }
 
-class BindTo : public testing::TestWithParam<int> {
+class BindTo : public FileTest, public testing::WithParamInterface<int> {
  protected:
-  void SetUp() override { writeFile<int>(file_, {"x", "y"}, 1, compressed(GetParam())); }
-
-  TempFolder folder_;
-  std::string file_ = folder_ / "a.q8";
+  void SetUp() override { writeFile<int>(file_, {"x", "y"}, 1, GetParam()); }
 };
 
-TEST_P(BindTo, AddsFragmentsAndLeavesTheRest) {
+TEST_P(BindTo, AddsAndReplacesFragmentsAndLeavesTheRest) {
+  const auto reader = loadBundle(file_);
   {
-    const auto bundle = continued(file_, compressed(GetParam()));
+    const auto bundle = continued(file_, GetParam());
     EXPECT_THAT(contentOf(*bundle), ElementsAre(Entry("x", 1), Entry("y", 11)));
+    put(*vertices(*bundle), "v", "x", ints(500));
     put(*vertices(*bundle), "v", "z", ints(21));
     put(*vertices(*bundle), "new", "x", ints(31));
     put(*vertices(*bundle, "H"), "v", "x", ints(41));
     EXPECT_THAT(contentOf(file_), ElementsAre(Entry("x", 1), Entry("y", 11)));  // untouched so far
   }
-  EXPECT_THAT(contentOf(file_), ElementsAre(Entry("x", 1), Entry("y", 11), Entry("z", 21)));
+  EXPECT_THAT(contentOf(*reader), ElementsAre(Entry("x", 1), Entry("y", 11)));  // its former file
+  EXPECT_THAT(contentOf(file_), ElementsAre(Entry("x", 500), Entry("y", 11), Entry("z", 21)));
   EXPECT_THAT(contentOf(file_, "new"), ElementsAre(Entry("x", 31), Entry("y", -1), Entry("z", -1)));
   EXPECT_TRUE(sameArrays(get(*loadBundle(file_), "v", "x", "H"), ints(41)));
   EXPECT_THAT(folder_.files(), ElementsAre("a.q8"));
-}
-
-TEST_P(BindTo, ReplacesAFragment) {
-  put(*vertices(*continued(file_, compressed(GetParam()))), "v", "x", ints(500));
-  EXPECT_THAT(contentOf(file_), ElementsAre(Entry("x", 500), Entry("y", 11)));
 }
 
 TEST_P(BindTo, KeepsAndChangesAttributes) {
@@ -189,12 +156,13 @@ TEST_P(BindTo, KeepsAndChangesAttributes) {
   }
   {
     const auto bundle = continued(file_);
+    bundle->setAttribute("kept", Larder::singleValue(5));
     bundle->setAttribute("removed", nullptr);
     findField(*bundle, "G", "v")->getCreatorByName("x")->setAttribute("r", nullptr);
     (*bundle)[0.0];  // the fragment "y" is not looked at
   }
   const auto loaded = loadBundle(file_);
-  EXPECT_TRUE(loaded->getAttribute("kept"));
+  EXPECT_EQ(attributeValue<int>(*loaded, "kept"), 5);
   EXPECT_FALSE(loaded->getAttribute("removed"));
   EXPECT_FALSE(findField(*loaded, "G", "v")->getCreatorByName("x")->getAttribute("r"));
   EXPECT_TRUE(findField(*loaded, "G", "v")->getCreatorByName("y")->getAttribute("k"));
@@ -202,6 +170,7 @@ TEST_P(BindTo, KeepsAndChangesAttributes) {
 
 TEST_P(BindTo, WritesWhatTheBundleHeldBefore) {
   // "y" stands before "x" here, so that the bundle's numbers are not the file's.
+  const auto isExpected = ElementsAre(Entry("w", 700), Entry("y", 800), Entry("x", 1));
   {
     Quilt::BundlePtr bundle(new Quilt::Bundle);
     put(*vertices(*bundle), "v", "w", ints(700));
@@ -209,17 +178,17 @@ TEST_P(BindTo, WritesWhatTheBundleHeldBefore) {
     const ConsoleCapture console;
     EXPECT_EQ(bundle->bindTo(file_).number, 0);
     EXPECT_TRUE(console.contains("names that the bundle has data for"));
-    EXPECT_THAT(contentOf(*bundle), ElementsAre(Entry("w", 700), Entry("y", 800), Entry("x", 1)));
+    EXPECT_THAT(contentOf(*bundle), isExpected);
   }
-  EXPECT_THAT(contentOf(file_), ElementsAre(Entry("w", 700), Entry("y", 800), Entry("x", 1)));
+  EXPECT_THAT(contentOf(file_), isExpected);
 }
 
 TEST_P(BindTo, TakesTheFieldOfAnotherFileToo) {
   writeFile<int>(folder_ / "b.q8", {"x", "q"}, 901);
+  const ConsoleCapture console;
   {
     Quilt::BundlePtr bundle(new Quilt::Bundle);
     EXPECT_TRUE(loadInto(bundle, folder_ / "b.q8"));
-    const ConsoleCapture console;
     EXPECT_EQ(bundle->bindTo(file_).number, 0);
   }
   EXPECT_THAT(contentOf(file_), ElementsAre(Entry("x", 901), Entry("q", 911), Entry("y", 11)));
@@ -239,36 +208,27 @@ TEST_P(BindTo, ChangesTheElementTypeOfAFieldThatWasReplaced) {
 
 INSTANTIATE_TEST_SUITE_P(Levels, BindTo, testing::Values(0, 1));
 
-TEST(BindToExisting, DoesNotWriteToAFileThatAnotherBundleReads) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x"}, 1);
-  const auto reader = loadBundle(folder / "a.q8");
-  put(*vertices(*continued(folder / "a.q8")), "v", "x", ints(77));
-  EXPECT_THAT(contentOf(*reader), ElementsAre(Entry("x", 1)));
-  EXPECT_THAT(contentOf(folder / "a.q8"), ElementsAre(Entry("x", 77)));
-}
+using Save = FileTest;
 
-TEST(Save, OfALoadedBundleToItsOwnNameAndToAnother) {
-  const TempFolder folder;
-  writeFile<int>(folder / "a.q8", {"x", "y"}, 1, compressed(1));
-  const auto bundle = loadBundle(folder / "a.q8");
+TEST_F(Save, OfALoadedBundleToItsOwnNameAndToAnother) {
+  writeFile<int>(file_, {"x", "y"}, 1, 1);
+  const auto bundle = loadBundle(file_);
   put(*vertices(*bundle), "v", "z", ints(31));
-  EXPECT_EQ(bundle.save(folder / "b.q8", nullptr, compressed(9)).number, 0);
-  EXPECT_EQ(bundle.save(folder / "a.q8", nullptr, nullptr).number, 0);
+  EXPECT_EQ(bundle.save(folder_ / "b.q8", nullptr, compressed(9)).number, 0);
+  EXPECT_EQ(bundle.save(file_, nullptr, nullptr).number, 0);
   const std::vector<Entry> expected = {{"x", 1}, {"y", 11}, {"z", 31}};
-  EXPECT_EQ(contentOf(folder / "a.q8"), expected);
-  EXPECT_EQ(contentOf(folder / "b.q8"), expected);
+  EXPECT_EQ(contentOf(file_), expected);
+  EXPECT_EQ(contentOf(folder_ / "b.q8"), expected);
   EXPECT_EQ(contentOf(*bundle), expected);  // still reads what it had loaded
 }
 
-TEST(Save, OfABoundBundleTakesWhatWasHandedOver) {
-  const TempFolder folder;
+TEST_F(Save, OfABoundBundleTakesWhatWasHandedOver) {
   const ConsoleCapture console;
-  const auto bundle = boundBundle(folder / "a.q8");
+  const auto bundle = boundBundle(file_);
   put(*vertices(*bundle), "v", "x", ints(1));
-  EXPECT_EQ(bundle.save(folder / "b.q8", nullptr, nullptr).number, 0);
-  EXPECT_NE(bundle.save(folder / "a.q8", nullptr, nullptr).number, 0);  // it is being written
-  EXPECT_THAT(contentOf(folder / "b.q8"), ElementsAre(Entry("x", 1)));
+  EXPECT_EQ(bundle.save(folder_ / "b.q8", nullptr, nullptr).number, 0);
+  EXPECT_NE(bundle.save(file_, nullptr, nullptr).number, 0);  // it is being written
+  EXPECT_THAT(contentOf(folder_ / "b.q8"), ElementsAre(Entry("x", 1)));
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 #include <algorithm>
+#include <numeric>
 #include <random>
 
 #include "sheaf/sample_data.h"
-#include "support/console_capture.h"
-#include "support/temp_folder.h"
-#include <gmock/gmock.h>
 
 // Fields with very many fragments, which stand one behind the other in one dataset.
 namespace {
@@ -52,10 +50,8 @@ std::size_t differing(const Quilt::Field& field, std::uint32_t from, std::uint32
   }));
 }
 
-class Packed : public testing::TestWithParam<int> {
+class Packed : public FileTest, public testing::WithParamInterface<int> {
  protected:
-  TempFolder folder_;
-  std::string file_ = folder_ / "a.q8";
   Quilt::StorageHandle rules_ = compressed(GetParam());
 };
 
@@ -127,22 +123,10 @@ TEST_P(Packed, FragmentsKeepAttributesShapesAndExtents) {
 }
 
 TEST_P(Packed, FragmentsThatNeedAnotherPrecisionStandApart) {
-  struct Shifted : Quilt::StorageTransformations {
-    bool WriteAsSinglePrecision(const std::string&,
-                                const Larder::StrongPtr<Larder::ChunkBase>&) const override {
-      return true;
-    }
-    bool EnableNumericalShift(const std::string&,
-                              const Larder::StrongPtr<Larder::ChunkBase>&) const override {
-      return true;
-    }
-  };
-  const auto rules = Larder::makeStrong<Shifted>();
-  rules->compressionLevel = GetParam();
   const auto large = sampleArray<1, Point>({3});
   (*large)[1] = {1e300, 0.0, -1e300};
   {
-    const auto bundle = boundBundle(file_, rules);
+    const auto bundle = boundBundle(file_, shifted(GetParam()));
     const auto field = latticeField(*bundle, "Positions");
     putRange<Point>(*field, 0, 10);
     putNumber(*field, 10, large);

@@ -2,18 +2,13 @@
 #include <random>
 #include <thread>
 
-#include "sheaf/file_bytes.h"
 #include "sheaf/sample_data.h"
-#include "sheaf/tool_runs.h"
 #include "support/console_capture.h"
-#include "support/temp_folder.h"
-#include <fcntl.h>
+#include "support/program_run.h"
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 // No output is ever half there.
 namespace {
@@ -32,206 +27,157 @@ int firstValue(const std::string& file) {
   return array ? array->first() : -1;
 }
 
-/// Runs `work` in a process of its own. \return its exit code, or 256 + the signal that ended it.
+/// Runs `work` in a process of its own, expectations included. \return its exit code, or 256 + the
+/// signal that ended it.
 template <class Work>
 int inChild(Work work) {
   const pid_t child = fork();
   if (child == 0) {
-    int code = 99;
     try {
-      code = work();
+      work();
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "child: %s\n", error.what());
+      ADD_FAILURE() << error.what();
     }
-    _exit(code);
+    _exit(testing::Test::HasFailure() ? 1 : 0);
   }
   int status = 0;
   waitpid(child, &status, 0);
   return WIFSIGNALED(status) ? 256 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-TEST(Target, IsUntouchedUntilTheReleaseAndReplacedInOneStep) {
-  const TempFolder folder;
-  const std::string file = folder / "a.q8";
-  writeSmall(file, 1);
-  const std::string before = readFile(file);
+/// From now on no file of this process can grow beyond that.
+void limitFiles(rlim_t bytes) {
+  const rlimit limit{bytes, bytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+using Target = FileTest;
+
+TEST_F(Target, IsUntouchedUntilTheReleaseAndReplacedInOneStep) {
+  writeSmall(file_, 1);
+  const std::string before = textOf(file_);
   {
-    const auto bundle = boundBundle(file);
+    const auto bundle = boundBundle(file_);
     put(*vertices(*bundle), "v", "f", sampleArray<1, int>({4}, 2));
     bundle->sync();
-    EXPECT_TRUE(readFile(file) == before);
-    EXPECT_THAT(folder.files(), ElementsAre("a.q8", "a.q8.partial"));
+    EXPECT_TRUE(textOf(file_) == before);
+    EXPECT_THAT(folder_.files(), ElementsAre("a.q8", "a.q8.partial"));
   }
-  EXPECT_EQ(firstValue(file), 2);
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8"));
+  EXPECT_EQ(firstValue(file_), 2);
+  EXPECT_THAT(folder_.files(), ElementsAre("a.q8"));
 }
 
-TEST(Target, IsCompletedWhenAnExceptionReleasesTheBundle) {
-  const TempFolder folder;
-  try {
-    const auto bundle = boundBundle(folder / "a.q8");
-    put(*vertices(*bundle), "v", "f", sampleArray<1, int>({4}, 3));
-    throw std::runtime_error("a parser gave up");
-  } catch (const std::runtime_error&) {
-  }
-  EXPECT_EQ(firstValue(folder / "a.q8"), 3);
-}
-
-TEST(Target, KeepsItsPermissionsAndItsLink) {
-  const TempFolder folder;
-  writeSmall(folder / "real.q8", 1);
-  chmod((folder / "real.q8").c_str(), 0640);
-  std::filesystem::create_directory(folder / "links");
-  std::filesystem::create_symlink("../real.q8", folder / "links/a.q8");
-  writeSmall(folder / "links/a.q8", 2);
-  EXPECT_EQ(firstValue(folder / "real.q8"), 2);
-  EXPECT_TRUE(std::filesystem::is_symlink(folder / "links/a.q8"));
+TEST_F(Target, KeepsItsPermissionsAndItsLink) {
+  writeSmall(file_, 1);
+  chmod(file_.c_str(), 0640);
+  std::filesystem::create_directory(folder_ / "links");
+  std::filesystem::create_symlink("../a.q8", folder_ / "links/b.q8");
+  writeSmall(folder_ / "links/b.q8", 2);
+  EXPECT_EQ(firstValue(file_), 2);
+  EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "links/b.q8"));
   struct stat status {};
-  stat((folder / "real.q8").c_str(), &status);
+  stat(file_.c_str(), &status);
   EXPECT_EQ(status.st_mode & 07777, 0640U);
 }
 
-TEST(Target, OfAKilledProcessIsTheOldOneAndTheLeftoverIsReplaced) {
-  const TempFolder folder;
-  const std::string file = folder / "a.q8";
-  writeSmall(file, 1);
+TEST_F(Target, OfAKilledProcessIsTheOldOneAndTheLeftoverIsReplaced) {
+  writeSmall(file_, 1);
   for (const bool existing : {false, true}) {
     const int ended = inChild([&] {
       Quilt::BundlePtr bundle(new Quilt::Bundle);
-      if (existing)
-        bundle->bindTo(file);
-      else
-        bundle->bindToNew(file);
+      existing ? bundle->bindTo(file_) : bundle->bindToNew(file_);
       put(*vertices(*bundle), "v", "f", sampleArray<1, int>({100'000}, 2));
       bundle->sync();
       raise(SIGKILL);
-      return 0;
     });
     EXPECT_EQ(ended, 256 + SIGKILL);
-    EXPECT_EQ(firstValue(file), 1);
-    EXPECT_THAT(folder.files(), ElementsAre("a.q8", "a.q8.partial"));
+    EXPECT_EQ(firstValue(file_), 1);
+    EXPECT_THAT(folder_.files(), ElementsAre("a.q8", "a.q8.partial"));
   }
-  writeSmall(file, 3);
-  EXPECT_EQ(firstValue(file), 3);
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8"));
+  writeSmall(file_, 3);
+  EXPECT_EQ(firstValue(file_), 3);
+  EXPECT_THAT(folder_.files(), ElementsAre("a.q8"));
 }
 
-TEST(Target, OfAProcessKilledAtAnyMomentIsTheOldOrTheNewOne) {
-  const TempFolder folder;
-  const std::string file = folder / "a.q8";
-  writeSmall(file, 1);
+TEST_F(Target, OfAProcessKilledAtAnyMomentIsTheOldOrTheNewOne) {
+  writeSmall(file_, 1);
   for (int delay = 0; delay < 12; ++delay) {
     const pid_t child = fork();
     if (child == 0) {
-      for (unsigned i = 2;; ++i) writeSmall(file, i);
+      for (unsigned i = 2;; ++i) writeSmall(file_, i);
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(3 + 2 * delay));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    EXPECT_GE(firstValue(file), 1) << delay;
+    EXPECT_GE(firstValue(file_), 1) << delay;
   }
 }
 
-struct Failure {
-  const char* why;
-  std::string name;
-  const char* text;
-};
+using Binding = FileTest;
 
-TEST(Binding, ThatFailsTellsWhyAndLeavesNothingBehind) {
-  const TempFolder folder;
-  std::filesystem::create_directory(folder / "folder.q8");
-  std::filesystem::create_directory(folder / "blocked.q8.partial");
-  folder.write("plain.txt", "no folder");
-  mkfifo((folder / "pipe.q8").c_str(), 0600);
-  const auto before = folder.files();
-  for (const Failure& failure : std::vector<Failure>{
-           {"no name", "", "the file name is empty"},
-           {"missing folder", folder / "missing/a.q8", "No such file or directory"},
-           {"folder", folder / "folder.q8", "it is a folder"},
-           {"pipe", folder / "pipe.q8", "it is no file"},
-           {"below a file", folder / "plain.txt/a.q8", "Not a directory"},
-           {"partial is a folder", folder / "blocked.q8", "Is a directory"},
-           {"name too long", folder / std::string(300, 'n'), "File name too long"}}) {
-    SCOPED_TRACE(failure.why);
+TEST_F(Binding, ThatFailsTellsWhyAndLeavesNothingBehind) {
+  std::filesystem::create_directory(folder_ / "folder.q8");
+  std::filesystem::create_directory(folder_ / "blocked.q8.partial");
+  folder_.write("plain.txt", "no folder");
+  mkfifo((folder_ / "pipe.q8").c_str(), 0600);
+  const auto before = folder_.files();
+  const struct {
+    std::string name;
+    const char* text;
+  } failures[] = {{"", "the file name is empty"},
+                  {folder_ / "missing/a.q8", "No such file or directory"},
+                  {folder_ / "folder.q8", "it is a folder"},
+                  {folder_ / "pipe.q8", "it is no file"},
+                  {folder_ / "plain.txt/a.q8", "Not a directory"},
+                  {folder_ / "blocked.q8", "Is a directory"},
+                  {folder_ / std::string(300, 'n'), "File name too long"}};
+  const ConsoleCapture console;
+  for (const auto& failure : failures) {
+    SCOPED_TRACE(failure.name);
     Quilt::BundlePtr bundle(new Quilt::Bundle);
-    const auto [number, text] = bundle->bindToNew(failure.name);
-    EXPECT_NE(number, 0);
-    EXPECT_THAT(text, HasSubstr(failure.text));
+    put(*vertices(*bundle), "v", "f", sampleArray<1, int>({4}));
+    const auto saved = bundle.save(failure.name, nullptr, nullptr);
+    EXPECT_TRUE(bundle);
+    const auto bound = bundle->bindToNew(failure.name);
     EXPECT_FALSE(bundle);
-    EXPECT_EQ(folder.files(), before);
+    for (const auto& [number, text] : {saved, bound}) {
+      EXPECT_NE(number, 0);
+      EXPECT_THAT(text, HasSubstr(failure.text));
+    }
+    EXPECT_EQ(folder_.files(), before);
   }
 }
 
-TEST(Binding, ToAFileThatIsNoneFails) {
-  const TempFolder folder;
-  writeSmall(folder / "a.q8", 1);
-  folder.write("text.q8", "this is text");
-  folder.write("empty.q8", "");
-  folder.write("cut.q8", readFile(folder / "a.q8").substr(0, 700));
+TEST_F(Binding, ToAFileThatIsNoneFails) {
+  writeSmall(file_, 1);
+  folder_.write("text.q8", "this is text");
+  folder_.write("empty.q8", "");
+  folder_.write("cut.q8", textOf(file_).substr(0, 700));
   for (const char* name : {"missing.q8", "text.q8", "empty.q8", "cut.q8"}) {
     SCOPED_TRACE(name);
-    const std::string before = readFile(folder / name);
+    const std::string before = textOf(folder_ / name);
     Quilt::BundlePtr bundle(new Quilt::Bundle);
-    const auto [number, text] = bundle->bindTo(folder / name);
+    const auto [number, text] = bundle->bindTo(folder_ / name);
     EXPECT_NE(number, 0);
     EXPECT_THAT(text, HasSubstr(name));
     EXPECT_FALSE(bundle);
-    EXPECT_TRUE(readFile(folder / name) == before);
+    EXPECT_TRUE(textOf(folder_ / name) == before);
   }
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8", "cut.q8", "empty.q8", "text.q8"));
+  EXPECT_THAT(folder_.files(), ElementsAre("a.q8", "cut.q8", "empty.q8", "text.q8"));
 }
 
-TEST(Binding, OfABundleThatIsBoundChangesNothing) {
-  const TempFolder folder;
-  const auto bundle = boundBundle(folder / "a.q8");
-  EXPECT_NE(bundle->bindToNew(folder / "b.q8").number, 0);
-  EXPECT_TRUE(bundle);
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8.partial"));
-}
-
-TEST(Binding, ASecondWriterOfOneTargetIsRefused) {
-  const TempFolder folder;
-  const std::string file = folder / "a.q8";
+TEST_F(Binding, ASecondOneOfABundleOrOfATargetIsRefused) {
   {
-    const auto first = boundBundle(file);
-    Quilt::BundlePtr second(new Quilt::Bundle);
-    EXPECT_THAT(second->bindToNew(file).text, HasSubstr("another run is writing it"));
-    EXPECT_EQ(inChild([&] {
-                Quilt::BundlePtr third(new Quilt::Bundle);
-                return third->bindToNew(file).number == 0 ? 1 : 0;
-              }),
-              0);
+    const auto first = boundBundle(file_);
+    EXPECT_NE(first->bindToNew(folder_ / "b.q8").number, 0);
+    EXPECT_TRUE(first);
+    EXPECT_THAT(folder_.files(), ElementsAre("a.q8.partial"));
+    const auto bindAgain = [&] { return Quilt::BundlePtr(new Quilt::Bundle)->bindToNew(file_); };
+    EXPECT_THAT(bindAgain().text, HasSubstr("another run is writing it"));
+    EXPECT_EQ(inChild([&] { EXPECT_NE(bindAgain().number, 0); }), 0);
     put(*vertices(*first), "v", "f", sampleArray<1, int>({4}, 5));
   }
-  EXPECT_EQ(firstValue(file), 5);
-}
-
-TEST(Binding, WithoutPermissionFails) {
-  const TempFolder folder;
-  writeSmall(folder / "a.q8", 1);
-  // The privileged user may write everywhere but to what is mounted for reading only.
-  const bool privileged = geteuid() == 0;
-  const char* path = folder.path().c_str();
-  if (privileged && (mount(path, path, nullptr, MS_BIND, nullptr) != 0 ||
-                     mount(path, path, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) != 0)) {
-    umount2(path, MNT_DETACH);
-    GTEST_SKIP() << "this test may not mount";
-  }
-  if (!privileged) chmod(path, 0555);
-  for (const char* name : {"a.q8", "new.q8"}) {
-    Quilt::BundlePtr bundle(new Quilt::Bundle);
-    EXPECT_NE(bundle->bindToNew(folder / name).number, 0) << name;
-    EXPECT_FALSE(bundle);
-    Quilt::BundlePtr continued(new Quilt::Bundle);
-    EXPECT_NE(continued->bindTo(folder / name).number, 0) << name;
-  }
-  EXPECT_EQ(firstValue(folder / "a.q8"), 1);
-  if (privileged)
-    umount2(path, MNT_DETACH);
-  else
-    chmod(path, 0755);
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8"));
+  EXPECT_EQ(firstValue(file_), 5);
 }
 
 /// An array of 256 KiB that no filter makes smaller.
@@ -242,138 +188,95 @@ Quilt::MemBaseHandle noise(unsigned seed) {
   return array;
 }
 
-/// Hands over arrays of 256 KiB until a call throws. \return what it threw; empty if none did.
-std::string errorWhenFull(Quilt::Bundle& bundle) {
-  const auto target = vertices(bundle);
-  try {
-    for (unsigned i = 0; i < 64; ++i) {
-      put(*target, "big", "f" + std::to_string(i), noise(i));
-      if (i % 8 == 7) bundle.sync();
-    }
-  } catch (const Quilt::StorageError& error) {
-    return error.what();
+/// Hands over arrays of 256 KiB until a call throws.
+void fillUp(Quilt::Bundle& bundle) {
+  for (unsigned i = 0; i < 64; ++i) {
+    put(*vertices(bundle), "big", "f" + std::to_string(i), noise(i));
+    if (i % 8 == 7) bundle.sync();
   }
-  return {};
 }
 
-/// Meets a limit of some MiB, compressed and not, with a new file and with one that is continued,
-/// and says on the standard error stream which promise was not kept. \return how many were not.
-int brokenPromises(const std::string& folder, const std::string& reason) {
-  const std::string file = folder + "/a.q8";
-  int broken = 0;
-  const auto promise = [&broken](bool kept, const char* what) {
-    if (kept) return;
-    std::fprintf(stderr, "not kept: %s\n", what);
-    ++broken;
-  };
+/// Meets a limit of some MiB, compressed and not, with a new file and with one that is continued.
+void expectPromisesKept(const std::string& file, const std::string& reason) {
   for (const int level : {0, 1})
     for (const bool existing : {false, true}) {
       const ConsoleCapture console;
       {
         Quilt::BundlePtr bundle(new Quilt::Bundle);
-        const auto bound = existing ? bundle->bindTo(file, compressed(level))
-                                    : bundle->bindToNew(file, compressed(level));
-        promise(bound.number == 0, "binding works");
-        promise(errorWhenFull(*bundle).find(file + ": write: " + reason) == 0,
-                "the call that meets the end throws, with the reason");
-        try {
-          put(*vertices(*bundle), "v", "late", sampleArray<1, int>({1}));
-          promise(false, "the calls after it throw too");
-        } catch (const Quilt::StorageError&) {
-        }
+        const auto rules = compressed(level);
+        const auto bound = existing ? bundle->bindTo(file, rules) : bundle->bindToNew(file, rules);
+        EXPECT_EQ(bound.number, 0);
+        EXPECT_THAT([&] { fillUp(*bundle); },
+                    testing::ThrowsMessage<Quilt::StorageError>(
+                        testing::StartsWith(file + ": write: " + reason)));
+        EXPECT_THROW(put(*vertices(*bundle), "v", "late", sampleArray<1, int>({1})),
+                     Quilt::StorageError);
       }
-      promise(console.contains("the file was not completed"), "the release tells");
-      promise(firstValue(file) == 1, "the target is whole");
-      promise(!std::filesystem::exists(file + ".partial"), "nothing is left behind");
+      EXPECT_TRUE(console.contains("the file was not completed"));
+      EXPECT_EQ(firstValue(file), 1) << "the target is whole";
+      EXPECT_FALSE(std::filesystem::exists(file + ".partial"));
     }
-  return broken;
 }
 
-TEST(FullDisk, ByLimitOfTheProcessThrowsAndLeavesTheTarget) {
-  const TempFolder folder;
-  writeSmall(folder / "a.q8", 1);
-  EXPECT_EQ(inChild([&] {
-              const rlimit limit{4 << 20, 4 << 20};
-              setrlimit(RLIMIT_FSIZE, &limit);
-              return brokenPromises(folder.path().string(), "File too large");
-            }),
-            0);
+using FullDisk = FileTest;
+
+TEST_F(FullDisk, ByLimitOfTheProcessThrowsAndLeavesTheTarget) {
+  writeSmall(file_, 1);
+  const int ended = inChild([this] {
+    limitFiles(4 << 20);
+    expectPromisesKept(file_, "File too large");
+  });
+  EXPECT_EQ(ended, 0);
 }
 
-TEST(FullDisk, ThatOnlyTheReleaseMeetsIsToldOnTheConsole) {
-  const TempFolder folder;
-  writeSmall(folder / "a.q8", 1);
-  EXPECT_EQ(inChild([&] {
-              const rlimit limit{20'000, 20'000};
-              setrlimit(RLIMIT_FSIZE, &limit);
-              const ConsoleCapture console;
-              {
-                const auto bundle = boundBundle(folder / "a.q8");
-                put(*vertices(*bundle), "v", "f", sampleArray<1, int>({4}, 2));
-                // The table of so many fragments takes more than there is.
-                std::mt19937_64 random(5);
-                for (int i = 0; i < 5000; ++i)
-                  (*vertices(*bundle))["v"].field()->makeFragmentID(std::to_string(random()));
-              }
-              return console.contains("File too large; the file was not completed") ? 0 : 1;
-            }),
-            0);
-  EXPECT_EQ(firstValue(folder / "a.q8"), 1);
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8"));
-}
-
-TEST(FullDisk, OfAMountThrowsAndLeavesTheTarget) {
-  const TempFolder folder;
-  const char* path = folder.path().c_str();
+TEST_F(FullDisk, OfAMountThrowsAndLeavesTheTarget) {
+  const char* path = folder_.path().c_str();
   if (mount("tmpfs", path, "tmpfs", 0, "size=4m") != 0) GTEST_SKIP() << "this test may not mount";
-  writeSmall(folder / "a.q8", 1);
+  writeSmall(file_, 1);
   const auto chunksBefore = Larder::ChunkBase::TotalMemsize.load();
-  EXPECT_EQ(brokenPromises(folder.path().string(), "No space left on device"), 0);
+  expectPromisesKept(file_, "No space left on device");
   EXPECT_EQ(Larder::ChunkBase::TotalMemsize.load(), chunksBefore);  // no array was left behind
   umount2(path, MNT_DETACH);
 }
 
-TEST(FullDisk, OfAnExternalFileLeavesAllFiles) {
-  struct Apart : Quilt::StorageTransformations {
-    std::pair<std::string, std::string> getExternalLocation(
-        double, const std::string&, const Quilt::SkeletonID&, const std::string&,
-        const std::string& field) const override {
-      return {field == "v" ? "ext.q8" : "", ""};
+TEST_F(FullDisk, ThatOnlyTheReleaseMeetsIsToldOnTheConsole) {
+  writeSmall(file_, 1);
+  const int ended = inChild([this] {
+    limitFiles(20'000);
+    const ConsoleCapture console;
+    {
+      const auto bundle = boundBundle(file_);
+      put(*vertices(*bundle), "v", "f", sampleArray<1, int>({4}, 2));
+      // The table of so many fragments takes more than there is.
+      std::mt19937_64 random(5);
+      for (int i = 0; i < 5000; ++i)
+        (*vertices(*bundle))["v"].field()->makeFragmentID(std::to_string(random()));
     }
-  };
-  const TempFolder folder;
-  const auto write = [&](unsigned first, std::uint64_t elements) {
-    const auto bundle = boundBundle(folder / "a.q8", Larder::makeStrong<Apart>());
+    EXPECT_TRUE(console.contains("File too large; the file was not completed"));
+  });
+  EXPECT_EQ(ended, 0);
+  EXPECT_EQ(firstValue(file_), 1);
+  EXPECT_THAT(folder_.files(), ElementsAre("a.q8"));
+}
+
+TEST_F(FullDisk, OfAnExternalFileLeavesAllFiles) {
+  const auto write = [this](unsigned first, std::uint64_t elements) {
+    const auto bundle = boundBundle(file_, Larder::makeStrong<OwnFiles>("ext"));
     put(*vertices(*bundle), "Positions", "f", sampleArray<1, Point>({4}));
     put(*vertices(*bundle), "v", "f", sampleArray<1, int>({elements}, first));
   };
   write(1, 4);
-  const std::string before = readFile(folder / "ext.q8");
-  EXPECT_EQ(inChild([&] {
-              const rlimit limit{1 << 20, 1 << 20};
-              setrlimit(RLIMIT_FSIZE, &limit);
-              const ConsoleCapture console;
-              try {
-                write(2, 1 << 20);
-              } catch (const Quilt::StorageError&) {
-              }
-              return console.contains("ext.q8: ") ? 0 : 1;
-            }),
-            0);
-  EXPECT_EQ(firstValue(folder / "a.q8"), 1);
-  EXPECT_TRUE(readFile(folder / "ext.q8") == before);
-  EXPECT_THAT(folder.files(), ElementsAre("a.q8", "ext.q8"));
-}
-
-TEST(Save, ThatFailsGivesNumberAndText) {
-  const TempFolder folder;
-  Quilt::BundlePtr bundle(new Quilt::Bundle);
-  put(*vertices(*bundle), "v", "f", sampleArray<1, int>({4}));
-  const ConsoleCapture console;
-  const auto [number, text] = bundle.save(folder / "missing/a.q8", nullptr, nullptr);
-  EXPECT_NE(number, 0);
-  EXPECT_THAT(text, HasSubstr("No such file or directory"));
-  EXPECT_TRUE(bundle);
+  const std::string before = textOf(folder_ / "ext/v.q8");
+  const int ended = inChild([&] {
+    limitFiles(1 << 20);
+    const ConsoleCapture console;
+    write(2, 1 << 20);
+    EXPECT_TRUE(console.contains("ext/v.q8: "));
+  });
+  EXPECT_EQ(ended, 0);
+  EXPECT_EQ(firstValue(file_), 1);
+  EXPECT_TRUE(textOf(folder_ / "ext/v.q8") == before);
+  EXPECT_THAT(folder_.files(), ElementsAre("a.q8", "ext/v.q8"));
 }
 
 }  // namespace

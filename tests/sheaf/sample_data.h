@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "support/bundles.h"
+#include "support/temp_folder.h"
+#include <gtest/gtest.h>
 
 #include "recast/sheaf/bundle.h"
 #include "recast/typed_arrays/mem_array.h"
@@ -51,19 +53,19 @@ Larder::StrongPtr<Quilt::MemArray<N, T>> sampleArray(const Quilt::MultiIndex<N>&
   return array;
 }
 
+template <class T>
+bool sameElements(const Quilt::MemBase& a, const Quilt::MemBase& b) {
+  const auto* left = static_cast<const T*>(a.getPtr());
+  return std::equal(left, left + a.nElements(), static_cast<const T*>(b.getPtr()));
+}
+
 /// Whether two arrays have one type, one shape and the same elements to the last bit.
 inline bool sameArrays(const Quilt::MemBaseHandle& a, const Quilt::MemBaseHandle& b) {
   if (!a || !b || a->getType() != b->getType() || a->getSize() != b->getSize()) return false;
-  const std::size_t count = a->nElements();
-  if (a->getType() == typeid(Lists)) {
-    const auto* left = static_cast<const Lists*>(a->getPtr());
-    return std::equal(left, left + count, static_cast<const Lists*>(b->getPtr()));
-  }
-  if (a->getType() == typeid(long double)) {  // has bytes that say nothing
-    const auto* left = static_cast<const long double*>(a->getPtr());
-    return std::equal(left, left + count, static_cast<const long double*>(b->getPtr()));
-  }
-  const std::size_t bytes = count * a->typeIndex().ElementSize;
+  if (a->getType() == typeid(Lists)) return sameElements<Lists>(*a, *b);
+  if (a->getType() == typeid(long double))  // has bytes that say nothing
+    return sameElements<long double>(*a, *b);
+  const std::size_t bytes = a->nElements() * a->typeIndex().ElementSize;
   return bytes == 0 || std::memcmp(a->getPtr(), b->getPtr(), bytes) == 0;
 }
 
@@ -109,6 +111,50 @@ inline Quilt::StorageHandle compressed(int level) {
   rules->compressionLevel = level;
   return rules;
 }
+
+/// Rules that may make floats of the field "Positions".
+struct PositionRules : Quilt::StorageTransformations {
+  using Chunk = Larder::StrongPtr<Larder::ChunkBase>;
+  explicit PositionRules(int level) { compressionLevel = level; }
+  bool WriteAsSinglePrecision(const std::string& field, const Chunk&) const override {
+    return singlePrecision && field == "Positions";
+  }
+  bool EnableNumericalShift(const std::string&, const Chunk&) const override {
+    return numericalShift;
+  }
+};
+
+/// Rules that shift positions and make them floats, or only shift them.
+inline Quilt::StorageHandle shifted(int level, bool single = true) {
+  auto rules = Larder::makeStrong<PositionRules>(level);
+  rules->singlePrecision = single;
+  rules->numericalShift = true;
+  return rules;
+}
+
+/// Every field but "Positions" goes to `<folder>/<field>.q8`, at the place with the names as they
+/// are or at the one place `inside`.
+struct OwnFiles : Quilt::StorageTransformations {
+  explicit OwnFiles(std::string where) : folder(std::move(where)) {}
+  std::pair<std::string, std::string> getExternalLocation(double time, const std::string& grid,
+                                                          const Quilt::SkeletonID& skeleton,
+                                                          const std::string& representation,
+                                                          const std::string& field) const override {
+    if (field == "Positions") return {};
+    const std::string place =
+        std::to_string(time) + "/" + grid + "/" + skeleton.name() + "/" + representation;
+    return {folder + "/" + field + ".q8", inside.empty() ? place : inside};
+  }
+  std::string folder;
+  std::string inside;
+};
+
+/// A test that writes files into a folder of its own.
+class FileTest : public testing::Test {
+ protected:
+  TempFolder folder_;
+  std::string file_ = folder_ / "a.q8";
+};
 
 /// The one element of an attribute. \throw std::runtime_error if there is none
 template <class T>

@@ -25,44 +25,16 @@ Quilt::MemBaseHandle ints(std::uint64_t n) {
   return Larder::makeStrong<Quilt::MemArray<1, int>>(Quilt::MultiIndex<1>(n), nullptr);
 }
 
-std::vector<std::string> fieldNames(const Quilt::Representation& representation) {
-  std::vector<std::string> names;
-  representation.iterate([&](const Quilt::FieldID& id, const Field&) {
-    names.push_back(id.name());
-    return true;
-  });
-  return names;
-}
-
-TEST(Grid, FindsNothingThatWasNotMade) {
+TEST(Grid, MakesChartsAndRepresentationsOnceAndNoneByFinding) {
   const auto grid = newGrid();
-  EXPECT_EQ(grid->name(), "Terrain");
-  EXPECT_FALSE(grid->findVertices(-1));
-  EXPECT_FALSE(grid->findVertices(3));
-  EXPECT_FALSE(grid->getSkeleton(SkeletonID(2, 1)));
-  EXPECT_FALSE(grid->findCartesianChart(""));
-  EXPECT_FALSE(grid->getCartesianRepresentation(""));
-  EXPECT_FALSE(grid->CartesianPositions());
-  EXPECT_FALSE((*grid)("Elevation", ""));
-  EXPECT_TRUE(grid->skeletons().empty()) << "and finding makes nothing";
-}
-
-TEST(Grid, MakesVerticesChartAndRepresentationOnce) {
-  const auto grid = newGrid();
+  EXPECT_FALSE(grid->findVertices(-1) || grid->getCartesianRepresentation(""));
+  EXPECT_FALSE(grid->CartesianPositions() || (*grid)("Elevation", ""));
+  EXPECT_TRUE(grid->skeletons().empty());
   const auto made = grid->makeCartesianRepresentation(3, "", 0);
-  EXPECT_EQ(made->name(), "Cartesian");
   EXPECT_EQ(grid->makeCartesianRepresentation(3, "", 0), made);
-  EXPECT_EQ(grid->getCartesianRepresentation(""), made);
-  const auto vertices = grid->findVertices(3);
-  EXPECT_EQ(vertices->id(), SkeletonID(3, 0));
-  EXPECT_EQ((*vertices)(*grid->findCartesianChart("")), made);
-  EXPECT_EQ(grid->getCartesianRepresentation(vertices, ""), made);
-  EXPECT_FALSE(grid->getCartesianRepresentation(nullptr, ""));
   EXPECT_FALSE(grid->getCartesianRepresentation("UTM"));
-  const auto utm = grid->makeCartesianRepresentation(3, "UTM", 0);
-  EXPECT_NE(utm, made);
-  EXPECT_EQ(utm->name(), "Cartesian:UTM");
-  EXPECT_EQ(grid->makeCartesianChart("UTM"), grid->findCartesianChart("UTM"));
+  EXPECT_EQ(grid->makeCartesianRepresentation(3, "UTM", 0)->name(), "Cartesian:UTM");
+  EXPECT_EQ(grid->getCartesianRepresentation(""), made);
 }
 
 TEST(Grid, PrefersTheVerticesOfTheHighestDimension) {
@@ -75,112 +47,57 @@ TEST(Grid, PrefersTheVerticesOfTheHighestDimension) {
   EXPECT_FALSE(grid->findVertices(2));
 }
 
-TEST(Skeleton, HoldsRepresentationsByChartAndBySkeleton) {
-  const auto grid = newGrid();
-  const auto triangles = (*grid)[SkeletonID(2, 1)];
-  const auto vertices = grid->makeVertices(2);
-  EXPECT_FALSE((*triangles)(*vertices));
-  const auto relative = (*triangles)[*vertices];
-  EXPECT_EQ(relative->name(), "Skeleton_2_0");
-  EXPECT_EQ((*triangles)[*vertices], relative);
-  EXPECT_EQ((*triangles)(*vertices), relative);
-  EXPECT_FALSE((*triangles)(*triangles));
-  const auto cartesian = (*triangles)[*grid->makeCartesianChart("")];
-  EXPECT_THAT(triangles->representations(), ElementsAre(relative, cartesian));
-  EXPECT_EQ(triangles->findRepresentation("Cartesian"), cartesian);
-}
-
-TEST(Representation, TellsItsFieldsWhereTheyHang) {
-  const auto grid = newGrid();
-  const FieldHandle field = (*(*grid->makeVertices(3))[*grid->makeCartesianChart("")])["Height"];
-  const auto place = field->placement();
-  EXPECT_EQ(place->Time, 2.5);
-  EXPECT_EQ(place->GridName, "Terrain");
-  EXPECT_EQ(place->Skeleton, SkeletonID(3, 0));
-  EXPECT_EQ(place->RepresentationName, "Cartesian");
-  EXPECT_EQ(place->FieldName, "Height");
-  EXPECT_EQ((*grid)("Height", ""), field);
-}
-
-TEST(Representation, MakesAFieldOnce) {
-  const auto representation = newGrid()->makeCartesianRepresentation(3, "", 0);
-  EXPECT_EQ(representation->Positions(), Field::NullPtrField());
-  EXPECT_FALSE(representation->findFieldID("Height"));
-  const auto id = representation->makeFieldID("Height");
-  EXPECT_EQ(representation->makeFieldID("Height"), id);
-  EXPECT_EQ(representation->findFieldID("Height"), id);
-  EXPECT_FALSE(representation->findField(id)) << "a name is no field yet";
-  EXPECT_EQ(representation->numberOfFields(), 0U);
-  const FieldHandle field = representation->makeField(id, nullptr, nullptr);
-  EXPECT_TRUE(field);
-  EXPECT_EQ(representation->makeField(id, nullptr, nullptr).field(), field);
-  EXPECT_EQ((*representation)["Height"].field(), field);
-  EXPECT_EQ(representation->findField(id), field);
-  EXPECT_EQ(representation->findField("Height"), field);
-  EXPECT_FALSE(representation->findField(Larder::StrongPtr<Quilt::FieldID>()));
-  EXPECT_EQ(representation->numberOfFields(), 1U);
-  representation->makeField(id, nullptr, ints(3));
-  EXPECT_EQ(field->getData(nullptr)->nElements(), 3U) << "data goes into the field that is there";
-  EXPECT_GT(representation->age(), 0U);
-}
-
-TEST(Representation, FieldsShareFragmentsUnlessTheyAreGivenOthers) {
-  const auto representation = newGrid()->makeCartesianRepresentation(3, "", 0);
-  const FieldHandle height = (*representation)["Height"];
-  const auto tile = height->makeFragmentID("tile");
-  const FieldHandle slope = (*representation)["Slope"];
-  EXPECT_EQ(slope->makeFragmentID("tile"), tile);
-  const auto own = Larder::makeStrong<Quilt::FragmentIDCollection>();
-  const FieldHandle apart =
-      representation->makeField(representation->makeFieldID("Apart"), own, nullptr);
-  EXPECT_EQ(apart->getFragmentIDCollection(), own);
-  // The positions' fragments are those of the representation.
-  representation->setPositions(Larder::makeStrong<Field>(own));
-  EXPECT_EQ((*representation)["Late"].field()->getFragmentIDCollection(), own);
-}
-
-TEST(Representation, TakesFieldsByAssignment) {
-  const auto grid = newGrid();
-  const auto representation = grid->makeCartesianRepresentation(3, "", 0);
-  const auto positions = Larder::makeStrong<Field>(ints(4), nullptr);
-  EXPECT_FALSE(representation->setPositions(nullptr));
-  EXPECT_EQ(representation->numberOfFields(), 0U);
-  EXPECT_TRUE(representation->setPositions(positions));
-  EXPECT_EQ(grid->CartesianPositions(), positions);
-  EXPECT_EQ(positions->placement()->FieldName, "Positions");
-  (*representation)["Copy"] = positions;
-  (*representation)["Copy"] = nullptr;
-  EXPECT_EQ(representation->findField("Copy"), positions);
-  const auto other = newGrid()->makeCartesianRepresentation(3, "", 0);
-  (*other)["Taken"] = (*representation)["Copy"];
-  EXPECT_EQ(other->findField("Taken"), positions) << "a proxy passes its field on";
-}
-
-struct FirstField : Quilt::FieldIterator {
-  bool apply(const Larder::StrongPtr<Quilt::FieldID>& id, const FieldHandle& field) override {
-    name = id->name();
-    EXPECT_TRUE(field);
-    return false;
-  }
-  std::string name;
+class Representation : public testing::Test {
+ protected:
+  const GridHandle grid_ = newGrid();
+  Quilt::Representation& representation_ = *grid_->makeCartesianRepresentation(3, "", 0);
 };
 
-TEST(Representation, IsWalkedInTheOrderOfMaking) {
-  const auto representation = newGrid()->makeCartesianRepresentation(3, "", 0);
-  for (const char* name : {"b", "Positions", "a"}) (*representation)[name];
-  representation->makeFieldID("without a field");
-  EXPECT_THAT(fieldNames(*representation), ElementsAre("b", "Positions", "a"));
-  int visits = 0;
-  representation->iterate([&](const Quilt::FieldID& id, const Field&) {
-    (*representation)["made on the way"];
-    ++visits;
+TEST_F(Representation, MakesAFieldOnceAndPutsDataIntoIt) {
+  const auto id = representation_.makeFieldID("Height");
+  EXPECT_FALSE(representation_.findField(id)) << "a name is no field yet";
+  const FieldHandle field = representation_.makeField(id, nullptr, nullptr);
+  EXPECT_EQ(representation_.makeField(id, nullptr, ints(3)).field(), field);
+  EXPECT_EQ(field->getData(nullptr)->nElements(), 3U);
+  EXPECT_EQ(representation_.numberOfFields(), 1U);
+}
+
+TEST_F(Representation, FieldsShareFragmentsUnlessTheyAreGivenOthers) {
+  const FieldHandle height = representation_["Height"];
+  const auto tile = height->makeFragmentID("tile");
+  EXPECT_EQ(representation_["Slope"].field()->makeFragmentID("tile"), tile);
+  const auto own = Larder::makeStrong<Quilt::FragmentIDCollection>();
+  const FieldHandle apart =
+      representation_.makeField(representation_.makeFieldID("Apart"), own, nullptr);
+  EXPECT_EQ(apart->getFragmentIDCollection(), own);
+  // The positions' fragments are those of the representation.
+  representation_.setPositions(Larder::makeStrong<Field>(own));
+  EXPECT_EQ(representation_["Late"].field()->getFragmentIDCollection(), own);
+}
+
+TEST_F(Representation, TakesFieldsByAssignment) {
+  const auto positions = Larder::makeStrong<Field>(ints(4), nullptr);
+  EXPECT_FALSE(representation_.setPositions(nullptr));
+  EXPECT_TRUE(representation_.setPositions(positions));
+  EXPECT_EQ(grid_->CartesianPositions(), positions);
+  EXPECT_EQ(positions->placement()->FieldName, "Positions");
+  representation_["Copy"] = positions;
+  representation_["Copy"] = nullptr;
+  EXPECT_EQ(representation_.findField("Copy"), positions);
+  representation_["Taken"] = representation_["Copy"];
+  EXPECT_EQ(representation_.findField("Taken"), positions) << "a proxy passes its field on";
+}
+
+TEST_F(Representation, IsWalkedInTheOrderOfMaking) {
+  for (const char* name : {"b", "Positions", "a"}) representation_[name];
+  representation_.makeFieldID("without a field");
+  std::vector<std::string> names;
+  representation_.iterate([&](const Quilt::FieldID& id, const Field&) {
+    representation_["made on the way"];
+    names.push_back(id.name());
     return id.name() != "Positions";
   });
-  EXPECT_EQ(visits, 2);
-  FirstField first;
-  representation->iterate(first);
-  EXPECT_EQ(first.name, "b");
-  EXPECT_EQ(representation->numberOfFields(), 4U);
+  EXPECT_THAT(names, ElementsAre("b", "Positions"));
 }
 
 TEST(Grid, IsWrittenAsXml) {

@@ -21,15 +21,15 @@ void forEveryElement(Visit visit) {
 #undef RECAST_VISIT
 }
 
-/// Calls `visit(std::type_identity<Quilt::MemArray<N, T>>(), std::type_identity<T>(), shape)` for
-/// each element type at the ranks 1 to 4, with a shape of that rank.
+/// Calls `visit(std::type_identity<Quilt::MemArray<N, T>>(), shape)` for each element type at the
+/// ranks 1 to 4, with a shape of that rank.
 template <class Visit>
 void forEveryArray(Visit visit) {
-  forEveryElement([&]<class T>(std::type_identity<T> element) {
-    visit(std::type_identity<Quilt::MemArray<1, T>>(), element, Quilt::MultiIndex<1>(3));
-    visit(std::type_identity<Quilt::MemArray<2, T>>(), element, Quilt::MultiIndex<2>(3, 2));
-    visit(std::type_identity<Quilt::MemArray<3, T>>(), element, Quilt::MultiIndex<3>(3, 2, 4));
-    visit(std::type_identity<Quilt::MemArray<4, T>>(), element, Quilt::MultiIndex<4>(3, 2, 4, 2));
+  forEveryElement([&]<class T>(std::type_identity<T>) {
+    visit(std::type_identity<Quilt::MemArray<1, T>>(), Quilt::MultiIndex<1>(3));
+    visit(std::type_identity<Quilt::MemArray<2, T>>(), Quilt::MultiIndex<2>(3, 2));
+    visit(std::type_identity<Quilt::MemArray<3, T>>(), Quilt::MultiIndex<3>(3, 2, 4));
+    visit(std::type_identity<Quilt::MemArray<4, T>>(), Quilt::MultiIndex<4>(3, 2, 4, 2));
   });
 }
 
@@ -48,18 +48,23 @@ T sample(std::uint64_t i) {
   }
 }
 
-// Where an element lies, written out for each rank: the first index runs fastest.
-inline std::uint64_t placeOf(const Quilt::MultiIndex<1>& p, const Quilt::MultiIndex<1>&) {
-  return p[0];
+template <class T>
+using ChunkHandle = Larder::StrongPtr<Larder::Chunk<T>, Larder::ChunkBase>;
+
+/// The samples of 0 to `n` - 1.
+template <class T>
+ChunkHandle<T> samples(std::size_t n) {
+  const auto chunk = Larder::makeStrong<Larder::Chunk<T>>(n);
+  for (std::size_t i = 0; i < n; ++i) (*chunk)[i] = sample<T>(i);
+  return chunk;
 }
-inline std::uint64_t placeOf(const Quilt::MultiIndex<2>& p, const Quilt::MultiIndex<2>& dims) {
-  return p[1] * dims[0] + p[0];
-}
-inline std::uint64_t placeOf(const Quilt::MultiIndex<3>& p, const Quilt::MultiIndex<3>& dims) {
-  return (dims[1] * p[2] + p[1]) * dims[0] + p[0];
-}
-inline std::uint64_t placeOf(const Quilt::MultiIndex<4>& p, const Quilt::MultiIndex<4>& dims) {
-  return ((dims[2] * p[3] + p[2]) * dims[1] + p[1]) * dims[0] + p[0];
+
+/// Where an element lies: the first index runs fastest.
+template <int N>
+std::uint64_t placeOf(const Quilt::MultiIndex<N>& position, const Quilt::MultiIndex<N>& dims) {
+  std::uint64_t place = 0;
+  for (std::size_t axis = N; axis-- > 0;) place = place * dims[axis] + position[axis];
+  return place;
 }
 
 }  // namespace TestSupport
