@@ -121,7 +121,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto lines = tokensOf({reinterpret_cast<const char*>(text.data()), text.size()}, converter);
   const Quilt::BundlePtr bundle(new Quilt::Bundle);
   const auto cloud = (*(*bundle)[0.0])[converter.GridName]->makeCartesianRepresentation(3, "", 0);
-  Recast::ColumnRun run(converter, *bundle, *cloud, 1, nullptr, {});
+  const Quilt::ProgressHandle progress;
+  const Recast::ManipulateArray manipulate;
+  Recast::ColumnRun run(converter, *bundle, *cloud, 1, progress, manipulate);
   const int status = run.readFile(path);
   const bool allConvert = std::all_of(lines.begin(), lines.end(), [&](const Tokens& tokens) {
     return converts(converter, tokens);
