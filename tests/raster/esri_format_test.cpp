@@ -100,6 +100,9 @@ TEST(EsriFormat, FaultsGiveTheirStatus) {
       {11, header() + "1 2 x\n4 5 6\n"},
       {11, header() + "1 - 3\n4 5 6\n"},
       {9, "ncols 4294967295\nnrows 4294967295\n" + place + "cellsize 10\n1\n"},
+      // More than the file's length justifies, though the machine may have the memory.
+      {9, "ncols 1\nnrows 100000000\n" + place + "cellsize 10\n1\n"},
+      {10, "ncols 100000000\nnrows 1\n" + place + "cellsize 10\n1\n"},
   };
   for (const Failing& failing : cases) {
     SCOPED_TRACE(failing.text);
