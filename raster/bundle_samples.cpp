@@ -30,7 +30,10 @@ int addPoints(const PointArray& points, TerrainSamples& samples) {
   const auto at = [&points](std::uint64_t n) { return points[Quilt::MultiIndex<1>(n)]; };
   const auto spacing = spacingOf(at(0), at(1));
   if (!spacing) return kNoCellSize;
-  if (samples.empty()) samples.setSpacing(*spacing);
+  if (samples.empty()) {
+    samples.setSpacing(*spacing);
+    samples.reserve(points.nElements());
+  }
   for (std::uint64_t n = 0; n < points.nElements(); ++n) samples.add(at(n));
   return kRasterDone;
 }

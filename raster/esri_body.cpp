@@ -1,6 +1,9 @@
 #include "recast/raster/esri_body.h"
 
+#include <algorithm>
+
 #include "recast/larder/console.h"
+#include "recast/raster/height_tile.h"
 #include "recast/raster/raster_status.h"
 #include "recast/text_input/line_reader.h"
 #include "recast/text_input/tokens.h"
@@ -51,7 +54,29 @@ void tellOfMissing(const std::string& path, std::uint64_t lines, std::uint64_t r
                       << " rows; those behind the last row are left out.";
 }
 
+/// Whether a file of that length justifies the raster, as a RasterStatus.
+int checkAgainstLength(const std::string& path, std::uint64_t columns, std::uint64_t rows) {
+  const std::uint64_t bytes = Larder::Text::LineReader(path).fileSize();
+  if (bytes == 0) return kRasterDone;
+  const std::uint64_t most = (bytes + 1) / 2;  // a digit and a blank or line end each
+  if (columns > most) return kTooFewNumbers;
+  if (columns * rows <= std::max(most, kMostCellsWithoutText)) return kRasterDone;
+  Larder::Console() << path << ": the header tells of " << columns << " x " << rows
+                    << " cells; a file of " << bytes << " bytes has at most " << most
+                    << " of them.";
+  return kNoArray;
+}
+
 }  // namespace
+
+int makeEsriHeights(const std::string& path, std::uint32_t columns, std::uint32_t rows,
+                    HeightHandle& heights) {
+  if (!fitsMemory(columns, rows)) return kNoArray;
+  if (const int status = checkAgainstLength(path, columns, rows); status != kRasterDone)
+    return status;
+  heights = makeHeights(columns, rows);
+  return heights ? kRasterDone : kNoArray;
+}
 
 int readEsriBody(const std::string& path, std::uint64_t headerLines, HeightArray& heights) {
   const std::uint64_t columns = heights.dims[0];

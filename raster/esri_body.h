@@ -11,6 +11,17 @@ namespace Recast {
 using HeightArray = Quilt::MemArray<3, float>;
 using HeightHandle = Larder::StrongPtr<HeightArray, Larder::Cacheable>;
 
+/// The most cells of a raster that its file has no text for: the rows that a file lacks hold 0, but
+/// a few bytes must not ask for all of the memory.
+inline constexpr std::uint64_t kMostCellsWithoutText = std::uint64_t{1} << 24;
+
+/// Makes the raster that the header of a file tells of, with all cells 0.0.
+/// \return a RasterStatus: 0; 9 if the machine has not that much memory, or if the raster is larger
+/// than the file's length and `kMostCellsWithoutText` justify, of which the console tells; 10 if a
+/// row is longer than the file.
+int makeEsriHeights(const std::string& path, std::uint32_t columns, std::uint32_t rows,
+                    HeightHandle& heights);
+
 /// Reads the data lines of an Esri ASCII raster into `heights`, the northernmost row first. Numbers
 /// are separated by blanks; what follows the last column's is ignored. Rows that the file has no
 /// line for keep their values, and lines that there is no row for are left out; the console tells

@@ -33,9 +33,9 @@ int convertRaster(const std::string& path, const std::string& outputPath,
   const std::string fragmentName = "Offset" + to_string(offset);
   tiles.place(fragmentName, offset);
   {
-    const HeightHandle heights = makeHeights(*header.columns, *header.rows);
-    if (!heights) return kNoArray;
-    const int status = readEsriBody(path, header.lines, *heights);
+    HeightHandle heights;
+    int status = makeEsriHeights(path, *header.columns, *header.rows, heights);
+    if (status == kRasterDone) status = readEsriBody(path, header.lines, *heights);
     if (status != kRasterDone) return status;
     tiles.store(fragmentName, heights);
   }

@@ -9,10 +9,10 @@
 #include "recast/trelliskinds/grid_kinds.h"
 
 namespace Recast {
-namespace {
 
 /// Allocating more than there is can succeed, and then ends the process when it is used.
-bool fitsMemory(std::uint64_t cells) {
+bool fitsMemory(std::uint32_t columns, std::uint32_t rows) {
+  const std::uint64_t cells = std::uint64_t{columns} * rows;
   const long pages = sysconf(_SC_PHYS_PAGES);
   const long pageSize = sysconf(_SC_PAGESIZE);
   if (pages <= 0 || pageSize <= 0) return true;
@@ -20,11 +20,9 @@ bool fitsMemory(std::uint64_t cells) {
          static_cast<std::uint64_t>(pages) / sizeof(float);
 }
 
-}  // namespace
-
 HeightHandle makeHeights(std::uint32_t columns, std::uint32_t rows) {
   const Quilt::MultiIndex<3> shape(columns, rows, 1);
-  if (!fitsMemory(shape.product())) return nullptr;
+  if (!fitsMemory(columns, rows)) return nullptr;
   try {
     return HeightHandle(new HeightArray(shape, nullptr));
   } catch (const std::bad_alloc&) {

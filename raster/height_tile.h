@@ -7,6 +7,9 @@
 
 namespace Recast {
 
+/// Whether the machine has memory for the heights of a raster of that shape.
+bool fitsMemory(std::uint32_t columns, std::uint32_t rows);
+
 /// A raster of that shape with all cells 0.0; null if the machine has not that much memory.
 HeightHandle makeHeights(std::uint32_t columns, std::uint32_t rows);
 

@@ -31,8 +31,9 @@ int readDGMAsGrd(Quilt::BundlePtr& bundle, const std::string& path, const Terrai
   if (status == kRasterDone) status = takeOver(header, noData, cellSize, origin);
   if (status != kRasterDone) return status;
   gridName = WorldFrame::gridName(gridName, WorldFrame::kUniformPrefix, cellSize.x());
-  HeightHandle heights = makeHeights(*header.columns, *header.rows);
-  if (!heights) return kNoArray;
+  HeightHandle heights;
+  status = makeEsriHeights(path, *header.columns, *header.rows, heights);
+  if (status != kRasterDone) return status;
   status = readEsriBody(path, header.lines, *heights);
   if (status != kRasterDone) return status;
   auto offset = WorldFrame::offsetOf(origin, cellSize.x(), cellSize.y(), path);

@@ -1,5 +1,6 @@
 #include "recast/raster/terrain_samples.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "recast/raster/truncation.h"
@@ -11,9 +12,9 @@ constexpr std::size_t kUsualSamples = 5000000;
 
 }  // namespace
 
-TerrainSamples::TerrainSamples() {
-  heights_.reserve(kUsualSamples);
-  positions_.reserve(kUsualSamples);
+void TerrainSamples::reserve(std::size_t samples) {
+  heights_.reserve(std::min(samples, kUsualSamples));
+  positions_.reserve(std::min(samples, kUsualSamples));
 }
 
 /// The nearest place, halves away from zero, as a 32-bit integer; taken as unsigned, since only the

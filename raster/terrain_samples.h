@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -14,9 +15,10 @@ namespace Recast {
 /// came.
 class TerrainSamples {
  public:
-  /// Positions are counted from `reference` in steps of `spacing` along x and y.
-  TerrainSamples();
+  /// Makes room for samples, at most for what a usual file holds.
+  void reserve(std::size_t samples);
 
+  /// Positions are counted from `reference` in steps of `spacing` along x and y.
   void setSpacing(double spacing) { spacing_ = spacing; }
   void setReference(const Heron::PhysicalSpace::point& point) { reference_ = point; }
   void add(const Heron::PhysicalSpace::point& sample);

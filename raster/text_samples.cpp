@@ -12,6 +12,8 @@ using Larder::Text::Number;
 using Larder::Text::NumberStatus;
 using Larder::Text::TokenWalk;
 
+constexpr std::uint64_t kShortestLine = 6;  // "0 0 0" and its end
+
 /// Reads exactly three numbers separated by blanks, each rounded to a float. \return false for any
 /// other line. \throw std::out_of_range
 bool parseTerrainLine(std::string_view line, PhysicalSpace::point& point) {
@@ -45,6 +47,7 @@ int readSamplesFromText(const std::string& path, std::optional<double> spacing,
   if (!spacing || *spacing == 0.0) return kNoCellSize;
   samples.setSpacing(*spacing);
   LineReader reader(path);
+  samples.reserve(static_cast<std::size_t>(reader.fileSize() / kShortestLine));
   PhysicalSpace::point sample;
   for (std::string_view line; reader.next(line);) {
     if (!parseTerrainLine(line, sample)) return kBadSampleLine;

@@ -2,9 +2,10 @@
 # Installs what building, testing and measuring recast needs on Debian 12. Safe to run again: it
 # installs only what is missing.
 #
-#   scripts/setup.sh [--bench | --reference]
+#   scripts/setup.sh [--bench | --fuzz | --reference]
 #
-# --bench adds the programs that the benchmarks compare with, --reference what makes the reference.
+# --bench adds the programs that the benchmarks compare with, --fuzz the compiler of the fuzzers,
+# --reference what makes the reference.
 set -euo pipefail
 
 packages=(
@@ -15,6 +16,7 @@ packages=(
 )
 [ "${1:-}" != --bench ] || packages+=(libbenchmark-dev gdal-bin hyperfine
   time python3-mapbox-earcut python3-numpy python3-pandas)
+[ "${1:-}" != --fuzz ] || packages+=(clang libclang-rt-dev libomp-dev)
 [ "${1:-}" != --reference ] || packages+=(doxygen)
 
 missing=()

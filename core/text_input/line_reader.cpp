@@ -29,6 +29,7 @@ LineReader::LineReader(const std::string& path)
     descriptor_ = -1;
     return;
   }
+  if (S_ISREG(status.st_mode)) fileSize_ = static_cast<std::uint64_t>(status.st_size);
   // Reads further ahead: a fifth faster where the file isn't in memory yet.
   posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
 }

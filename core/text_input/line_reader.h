@@ -30,6 +30,8 @@ class LineReader {
   LineReader& operator=(const LineReader&) = delete;
 
   bool isOpen() const { return descriptor_ >= 0; }
+  /// The bytes that the file had when it was opened; 0 of what is no regular file, such as a pipe.
+  std::uint64_t fileSize() const { return fileSize_; }
 
   /// Gives the next line, valid until the next call. \return false at the end, which an error while
   /// reading brings too, behind the last whole line.
@@ -69,6 +71,7 @@ class LineReader {
   const char* at_;   ///< where the next line starts, in the buffer
   const char* end_;  ///< of what was read into the buffer
   std::uint64_t lineNumber_ = 0;
+  std::uint64_t fileSize_ = 0;
   int descriptor_ = -1;
   int error_ = 0;
 };

@@ -89,6 +89,9 @@ TEST(EsriFormat, FaultsGiveTheirStatus) {
       {10, header() + "x 1e39\n" + kBody},
       {11, header() + "1 2 x\n4 5 6\n"},
       {9, "ncols 4294967295\nnrows 4294967295\n" + place + "cellsize 10\n1\n"},
+      // More than the file's length justifies, though the machine may have the memory.
+      {9, "ncols 1\nnrows 100000000\n" + place + "cellsize 10\n1\n"},
+      {10, "ncols 100000000\nnrows 1\n" + place + "cellsize 10\n1\n"},
   };
   for (const auto& [status, text] : cases) EXPECT_EQ(ConvertedRaster(text).status, status) << text;
 }
