@@ -1,6 +1,7 @@
 // The input is a fragment and its levels, most of it bytes of few choices:
 // columns, flags, four overlaps, the number of levels, the levels, the values row by row.
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <span>
@@ -16,7 +17,7 @@
 
 namespace {
 
-using contour_tests::LineSet;
+using contour_tests::Lines;
 using FuzzSupport::ByteSource;
 using FuzzSupport::require;
 using Recast::ContourFragment;
@@ -84,18 +85,18 @@ void requireInside(const ContourFragment& fragment, const ContourOutput& output)
 }
 
 void check(const ContourFragment& fragment, const std::vector<float>& levels, bool special) {
-  LineSet expected;
+  Lines expected;
   std::size_t stitched = 0;
   for (const float level : levels) {
     const auto reference = contour_tests::traceByDefinition(fragment, level);
-    expected.add(reference.set);
+    expected.insert(expected.end(), reference.lines.begin(), reference.lines.end());
     stitched += reference.stitched ? 1 : 0;
   }
-  expected.sort();
+  std::sort(expected.begin(), expected.end());
   ContourOutput output;
   require(Recast::FragmentTracer(fragment).trace(levels, output) == stitched,
           "the levels that are stitched are those of the definition");
-  require(contour_tests::lineSetOf(output) == expected, "lines are those of the definition");
+  require(contour_tests::linesOf(output) == expected, "lines are those of the definition");
   if (!special) requireInside(fragment, output);
 }
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "buildings/building_grids.h"
-#include "buildings/literal_ear_clipping.h"
 #include "support/byte_source.h"
+#include "support/literal_ear_clipping.h"
 #include "support/require.h"
 
 #include "recast/buildings/polygon_triangulation.h"

@@ -59,8 +59,8 @@ int checkAgainstLength(const std::string& path, std::uint64_t columns, std::uint
   const std::uint64_t bytes = Larder::Text::LineReader(path).fileSize();
   if (bytes == 0) return kRasterDone;
   const std::uint64_t most = (bytes + 1) / 2;  // a digit and a blank or line end each
-  if (columns > most) return kTooFewNumbers;
   if (columns * rows <= std::max(most, kMostCellsWithoutText)) return kRasterDone;
+  if (columns > most) return kTooFewNumbers;
   Larder::Console() << path << ": the header tells of " << columns << " x " << rows
                     << " cells; a file of " << bytes << " bytes has at most " << most
                     << " of them.";

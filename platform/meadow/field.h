@@ -41,7 +41,7 @@ class RECAST_API FieldSource : public Larder::ReferenceBase<FieldSource> {
   /// Whether there is data for the fragment of that number.
   virtual bool holds(std::uint32_t number) const = 0;
   /// The source that the field had before, which this one asks too; null if there was none.
-  virtual Larder::StrongPtr<FieldSource> former() const = 0;
+  virtual Larder::StrongPtr<FieldSource> former() const { return nullptr; }
 };
 
 /// What `createCreator` does with a fragment name that has data already.

@@ -23,8 +23,9 @@ class RECAST_API FragmentSink : public Larder::ReferenceBase<FragmentSink> {
                      const MemBaseHandle& array, Larder::Cache& cache) = 0;
   /// Keeps in place of a fragment's creator what it takes to make it again, and sees to it that the
   /// field's source does so. \return false if that can't be had; the creator must stay then.
-  virtual bool takeOver(const Placement& place, Field& field, std::uint32_t number,
-                        const CreatorHandle& creator) = 0;
+  virtual bool takeOver(const Placement&, Field&, std::uint32_t /*number*/, const CreatorHandle&) {
+    return false;
+  }
 };
 
 /// What all parts of a bundle have in common: the sink, if the bundle is bound to a file. Shared by

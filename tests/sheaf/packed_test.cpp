@@ -81,6 +81,48 @@ TEST_P(Packed, FragmentsAreReadWhileMoreAreWritten) {
   }
 }
 
+/// What a creator tells beside its data.
+void expectKnown(const Quilt::CreatorHandle& creator, double cellSize) {
+  ASSERT_TRUE(creator);
+  EXPECT_EQ(creator->extent().kind, Quilt::DataExtent::Kind::Range);
+  const auto value = creator->getAttribute("CellSize").castTo<Larder::Chunk<double>>();
+  ASSERT_TRUE(value);
+  EXPECT_EQ((*value)[0], cellSize);
+}
+
+TEST_P(Packed, CreatorsThatAreLetGoAreMadeAgain) {
+  constexpr std::uint32_t kWithMore = 7;
+  const auto bundle = boundBundle(file_, rules_);
+  const auto field = latticeField(*bundle, "v");
+  for (std::uint32_t i = 1; i < 3000; ++i) {
+    const auto creator = putNumber(*field, i, sampleArray<1, double>({1 + i % 11}, i));
+    creator->setAttribute("CellSize", Larder::singleValue(0.5 * i));
+    if (i == kWithMore) creator->setAttribute("more", Larder::singleValue(i));
+    field->letGo(field->getFragmentIDCollection()->findFragmentID(i));
+    EXPECT_EQ(static_cast<bool>(field->madeCreator(i)), i == kWithMore);
+  }
+  const auto expectAll = [](const Quilt::Field& seen) {
+    for (const std::uint32_t i : {2999U, 1U, kWithMore, 1500U}) {  // the last one isn't written yet
+      SCOPED_TRACE(i);
+      const auto creator = seen.getCreatorByNumber(i);
+      expectKnown(creator, 0.5 * i);
+      EXPECT_TRUE(sameArrays(creator->get(), sampleArray<1, double>({1 + i % 11}, i)));
+    }
+    EXPECT_TRUE(seen.getCreatorByNumber(kWithMore)->getAttribute("more"));
+  };
+  expectAll(*field);
+  putNumber(*field, 2, fragmentOf<double>(5));  // takes the place of one that was let go
+  field->getCreatorByNumber(3)->setAttribute("CellSize", Larder::singleValue(9.0));
+  ASSERT_EQ(bundle->complete().text, "");
+  EXPECT_TRUE(sameArrays(field->getCreatorByNumber(4)->get(), sampleArray<1, double>({5}, 4)));
+  const auto loaded = loadBundle(file_);
+  ASSERT_TRUE(loaded);
+  const auto seen = findField(*loaded, "G", "v");
+  expectAll(*seen);
+  EXPECT_TRUE(sameArrays(seen->getCreatorByNumber(2)->get(), fragmentOf<double>(5)));
+  expectKnown(seen->getCreatorByNumber(3), 9.0);
+}
+
 TEST_P(Packed, FieldsAreContinued) {
   {
     const auto bundle = boundBundle(file_, rules_);
