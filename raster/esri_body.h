@@ -17,8 +17,8 @@ inline constexpr std::uint64_t kMostCellsWithoutText = std::uint64_t{1} << 24;
 
 /// Makes the raster that the header of a file tells of, with all cells 0.0.
 /// \return a RasterStatus: 0; 9 if the machine has not that much memory, or if the raster is larger
-/// than the file's length and `kMostCellsWithoutText` justify, of which the console tells; 10 if a
-/// row is longer than the file.
+/// than the file's length and `kMostCellsWithoutText` justify, of which the console tells; 10 if
+/// such a raster has rows longer than the file.
 int makeEsriHeights(const std::string& path, std::uint32_t columns, std::uint32_t rows,
                     HeightHandle& heights);
 

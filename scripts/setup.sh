@@ -9,7 +9,7 @@
 set -euo pipefail
 
 packages=(
-  g++ cmake ninja-build pkg-config ccache
+  g++ cmake ninja-build pkg-config ccache dpkg-dev
   libhdf5-dev libdeflate-dev libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev
   clang-format locales hdf5-tools python3-h5py  # the tests look at files with these
