@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "sheaf/sample_data.h"
 #include "sheaf/tool_runs.h"
 #include "support/console_capture.h"
@@ -96,6 +98,20 @@ TEST_F(ExternalFiles, ThatTellTheFragmentsTakeTheirSharersWithThem) {
   EXPECT_TRUE(console.contains("\"Positions\" shares the fragments of \"first\", which isn't"));
 }
 
+TEST_F(ExternalFiles, AreToldOfWhenOtherThreadsCanReadAgain) {
+  write();
+  std::filesystem::remove(height_);
+  // What shows messages may wait for a thread that is about to write or load a file.
+  std::string told;
+  const auto former = Larder::Console::setSink([&](const std::string& message) {
+    told = message;
+    std::thread([this] { boundBundle(folder_ / "b.q8"); }).join();
+  });
+  EXPECT_TRUE(loadBundle(main_));
+  Larder::Console::setSink(former);
+  EXPECT_THAT(told, HasSubstr("it is left out"));
+}
+
 TEST_F(ExternalFiles, InAFolderThatCannotBeMadeFailTheCall) {
   const ConsoleCapture console;
   folder_.write("file", "");
@@ -105,6 +121,20 @@ TEST_F(ExternalFiles, InAFolderThatCannotBeMadeFailTheCall) {
   }
   EXPECT_TRUE(console.contains("file/nowhere: make the folder: Not a directory"));
   EXPECT_THAT(folder_.files(), ElementsAre("file"));
+}
+
+TEST_F(ExternalFiles, TakeTheirPlacesBeforeTheMainFileDoes) {
+  write();
+  const std::string before = textOf(main_);
+  const ConsoleCapture console;
+  {
+    const auto bundle = boundBundle(main_, inFolder("ext"));
+    put(*vertices(*bundle), "height", "f", floats_);
+    std::filesystem::remove(height_);
+    std::filesystem::create_directory(height_);  // nothing can replace it
+  }
+  EXPECT_TRUE(console.contains("ext/height.q8: replace: Is a directory"));
+  EXPECT_TRUE(textOf(main_) == before);
 }
 
 TEST_F(ExternalFiles, OfTwoFieldsInOnePlaceAreRefused) {

@@ -138,6 +138,26 @@ TEST_F(RoundTrip, ArraysOfManyBlocksAndOfNoneComeBack) {
   }
 }
 
+TEST_F(RoundTrip, BlocksThatSkippedFiltersComeBack) {
+  std::mt19937 random(4);
+  const auto noise = sampleArray<1, unsigned int>({65536});  // deflating makes it no smaller
+  for (std::uint64_t i = 0; i < noise->nElements(); ++i)
+    (*noise)[i] = static_cast<unsigned int>(random());
+  put(*vertices(*boundBundle(file_, compressed(1))), "noise", "f", noise);
+  EXPECT_TRUE(sameArrays(get(*loadBundle(file_), "noise", "f"), noise));
+  if (!hasH5py()) GTEST_SKIP() << "there is no Python with h5py";
+  const auto [status, output] =
+      runPython(folder_,
+                "g = h5py.File('a.q8', 'r+')['0.000000/G/Skeleton_3_0/Cartesian/noise']\n"
+                "numbers = g['f'][...]\n"
+                "del g['f']\n"
+                "f = g.create_dataset('f', numbers.shape, 'u4', chunks=numbers.shape,\n"
+                "                     compression=1, shuffle=True)\n"
+                "f.id.write_direct_chunk((0,), numbers.tobytes(), filter_mask=3)\n");
+  ASSERT_EQ(status, 0) << output;
+  EXPECT_TRUE(sameArrays(get(*loadBundle(file_), "noise", "f"), noise));
+}
+
 TEST_F(RoundTrip, ViewsOfLargerMemoryAreWrittenAsWhatTheyShow) {
   const auto memory = sampleArray<1, int>({20});
   Quilt::Iterator<int> everySecond;

@@ -168,8 +168,8 @@ TEST_F(Structure, ExtentsOfALoadedFileCostNoReading) {
     put(*target, "Positions", "f", sampleArray<1, Point>({15}));  // x 1/7 to 15/7, y 1 more
     put(*target, "int", "f", sampleArray<1, int>({5}));
     put(*target, "int", "g", sampleArray<1, int>({5}, 100));
-    const auto nan = sampleArray<1, float>({3});
-    (*nan)[0] = std::nanf("");
+    const auto nan = sampleArray<1, float>({4});
+    for (const std::uint64_t i : {0, 3}) (*nan)[i] = std::nanf("");
     put(*target, "float", "f", nan);
     const auto large = sampleArray<1, unsigned long long>({2});
     (*large)[1] = kMost;
