@@ -8,6 +8,7 @@
 
 #include "support/require.h"
 #include "support/scratch_folder.h"
+#include "support/tile_heights.h"
 
 #include "recast/grid_lookups/string_util.h"
 #include "recast/raster/esri_body.h"
@@ -99,10 +100,7 @@ void check(const std::string& path, std::string_view text, const Recast::EsriHea
     return;
   }
   const std::string tile = Larder::StringUtil::basename(path);
-  const auto heights = (*(*slice)(grid))("Elevation", "")
-                           ->getCreatorByName(tile)
-                           ->get()
-                           .castTo<Quilt::MemArray<3, float>>();
+  const auto heights = FuzzSupport::tileHeights(*bundle, grid, path);
   require(heights && heights->dims == MultiIndex<3>(*header.columns, *header.rows, 1),
           "a raster has the size that its header tells");
   requireCells(text, header.lines, *heights);

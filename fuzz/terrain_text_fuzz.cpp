@@ -10,6 +10,7 @@
 
 #include "support/require.h"
 #include "support/scratch_folder.h"
+#include "support/tile_heights.h"
 
 #include "recast/grid_lookups/string_util.h"
 #include "recast/raster/raster_status.h"
@@ -74,10 +75,7 @@ void check(const std::string& path, const std::string& text) {
     return;
   }
   const std::string tile = Larder::StringUtil::basename(path);
-  const auto heights = (*(*slice)(grid))("Elevation", "")
-                           ->getCreatorByName(tile)
-                           ->get()
-                           .castTo<Quilt::MemArray<3, float>>();
+  const auto heights = FuzzSupport::tileHeights(*bundle, grid, path);
   require(static_cast<bool>(heights), "a terrain has heights");
   require(cellSize.x() != 0.0 && cellSize.x() == cellSize.y(), "the spacing is known");
   requireSamples(text, *heights);

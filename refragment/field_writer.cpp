@@ -28,7 +28,7 @@ std::vector<bool> absentIn(const Quilt::Field& field, const ParaBox& box) {
 /// One field in one pass.
 ///
 /// The workers go through the source, segment by segment, so that every source array is read once
-/// and only a few are in memory. No target array has values of another pass.
+/// and only a few are in memory.
 template <class T>
 class FieldWriter {
  public:

@@ -95,10 +95,12 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   CreatorHandle createCreator(const MemBaseHandle& array, const std::string& fragmentName,
                               OnExistingData onExisting, Larder::Cache& cache);
 
-  /// Lets memory go of what the file can give again: of the fragment's array, and of its creator
-  /// with its attributes where there are too many to keep them. Look-ups find the fragment as
-  /// before. For data that is not expected to be asked for soon: attributes that are set later, on
-  /// a creator that somebody kept, are not stored.
+  /// Lets memory go of what can be had again, for data that is not expected to be asked for soon:
+  /// of the fragment's array once it is in the file, and of the creator if the storage can make it
+  /// anew. It can for small arrays of fields with very many fragments, unless the creator carries
+  /// interfaces or attributes other than "CellSize". Look-ups then give a new creator with the same
+  /// data, extent and attributes, whose age begins at 0; attributes that are set on the former one
+  /// are not stored.
   void letGo(const Larder::StrongPtr<FragmentID>& fragment);
 
   /// The creator of the fragment's data, of the undivided data if `fragment` is null; null if there

@@ -15,9 +15,9 @@ class Placement;
 /// Where the arrays of a bound bundle go. Implemented by the storage.
 class RECAST_API FragmentSink : public Larder::ReferenceBase<FragmentSink> {
  public:
-  /// Takes the array of `creator` to be written under `place`. Quick: the writing itself goes on in
-  /// the background. `fragment` is null for a field's undivided data.
-  /// \throw StorageError if an earlier write has failed.
+  /// Takes the array of `creator` to be written under `place`. Quick: what takes long goes on in
+  /// the background. `fragment` is null for a field's undivided data. \throw StorageError if an
+  /// earlier write has failed.
   virtual void store(const Placement& place, const Field& field,
                      const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,
                      const MemBaseHandle& array, Larder::Cache& cache) = 0;

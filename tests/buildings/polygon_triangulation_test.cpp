@@ -1,7 +1,6 @@
 #include "recast/buildings/polygon_triangulation.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <random>
 
@@ -14,10 +13,6 @@ namespace {
 
 using Heron::PhysicalSpace;
 using Recast::vertex_t;
-using Recast::Triangulation::Ear;
-using Recast::Triangulation::EarSides;
-using Recast::Triangulation::EarWindow;
-using Recast::Triangulation::Frame;
 using Recast::Triangulation::Triangulator;
 using TestRings::Ring;
 using Triangles = std::vector<Quilt::Triangle>;
@@ -155,53 +150,6 @@ TEST(Triangulator, FillsVeryLargeRings) {
       filled += std::fabs(TestRings::signedArea(ring[t[0]], ring[t[1]], ring[t[2]]));
     EXPECT_NEAR(filled / std::fabs(area), 1, 1e-6);
   }
-}
-
-/// A point on or near a line through two of the ear's corners: where rounding decides.
-PhysicalSpace::point nearAnEdge(TestRings::Random& random,
-                                const std::array<PhysicalSpace::point, 3>& ear) {
-  const auto& p = ear[random.below(3)];
-  const auto& q = ear[random.below(3)];
-  const double along = random.between(-2, 3);
-  const double off = random.below(2) == 0 ? 0 : random.between(-1, 1) * 1e-9;
-  return {p.x() + (q.x() - p.x()) * along - (q.y() - p.y()) * off,
-          p.y() + (q.y() - p.y()) * along + (q.x() - p.x()) * off, 0.0};
-}
-
-TEST(EarFilter, NeverRulesOutWhatTheEarContains) {
-  const unsigned seed = std::random_device()();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  TestRings::Random random(seed);
-  int contained = 0;
-  for (int round = 0; round < 20'000; ++round) {
-    const double far = std::pow(10, random.between(-12, 14.9));
-    const double size = far * std::pow(10, random.between(-16, 0));
-    const PhysicalSpace::point base(random.between(-far, far), random.between(-far, far), 0.0);
-    const auto near = [&] {
-      return PhysicalSpace::point(base.x() + random.between(-size, size),
-                                  base.y() + random.between(-size, size), 0.0);
-    };
-    std::array<PhysicalSpace::point, 3> ear{near(), near(), near()};
-    if (round % 3 == 0) ear[2] = nearAnEdge(random, {ear[0], ear[1], ear[0]});
-    Ring ring(ear.begin(), ear.end());
-    for (int i = 0; i < 40; ++i) ring.push_back(i < 20 ? nearAnEdge(random, ear) : near());
-    const Frame frame = Frame::of(ring);
-    const EarSides sides(Ear{ring[0], ring[1], ring[2]}, frame);
-    const EarWindow window(Ear{ring[0], ring[1], ring[2]}, frame);
-    for (const auto& p : ring) {
-      if (!Recast::triangle_contains(ring[0], ring[1], ring[2], p)) continue;
-      Recast::Triangulation::Boxes boxes;
-      boxes.minX.fill(frame.x(p));
-      boxes.minY.fill(frame.y(p));
-      boxes.maxX = boxes.minX;
-      boxes.maxY = boxes.minY;
-      ASSERT_EQ(sides.mayContain(boxes.minX, boxes.minY), 0xFFu);
-      ASSERT_EQ(sides.mayTouch(boxes), 0xFFu);
-      ASSERT_EQ(window.overlaps(boxes), 0xFFu);
-      ++contained;
-    }
-  }
-  EXPECT_GT(contained, 10'000);
 }
 
 }  // namespace

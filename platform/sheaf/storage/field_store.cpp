@@ -17,6 +17,13 @@ CreatorHandle madeCreator(const Field& field, std::int64_t number) {
                                            : field.madeCreator(static_cast<std::uint32_t>(number));
 }
 
+/// The place in "@packed" behind the last element.
+std::uint64_t endOf(const DataPlace& packed) {
+  std::uint64_t elements = 0;
+  packed.size().product(1, elements);
+  return packed.offset + elements;
+}
+
 void noteExtent(CreativeArrayBase& creator, const DataExtent& extent) {
   if (extent.kind != DataExtent::Kind::None) creator.setExtent(extent);
 }
@@ -57,14 +64,11 @@ bool FieldStore::holdsDataOf(const Field& field, std::int64_t number) const {
   const std::lock_guard lock(mutex_);
   if (const StoredHandle fresh = written(number))
     return creator && (!tellsCreators_ || stored == fresh);
-  if (releasedRow(number)) return !creator || (stored && stored->place() == place_);
+  if (released_ && number != FragmentRow::kUndivided &&
+      released_->keeps(static_cast<std::uint32_t>(number)))
+    return !creator || (stored && stored->place() == place_);
   if (creator) return loaded_ && stored && stored->place() == loaded_->place();
   return loaded_ && loaded_->supplies(number);
-}
-
-std::optional<FragmentRow> FieldStore::releasedRow(std::int64_t number) const {
-  if (!released_ || number == FragmentRow::kUndivided) return std::nullopt;
-  return released_->rowOf(static_cast<std::uint32_t>(number));
 }
 
 std::optional<FragmentRow> FieldStore::rowOf(std::int64_t number) const {
@@ -75,7 +79,8 @@ std::optional<FragmentRow> FieldStore::rowOf(std::int64_t number) const {
     row.data = fresh->data();
     return row;
   }
-  if (auto row = releasedRow(number)) return row;
+  if (released_ && number != FragmentRow::kUndivided)
+    if (auto row = released_->rowOf(static_cast<std::uint32_t>(number))) return row;
   auto row = loaded_ ? loaded_->rowOf(number) : std::nullopt;
   if (row) row->number = number;
   return row;
@@ -181,13 +186,19 @@ void FieldStore::tellWaiting() {
 }
 
 void FieldStore::bringToFile(const DataPlace& packed) {
-  std::uint64_t elements = 0;
-  packed.size().product(1, elements);
   {
     const std::lock_guard lock(mutex_);
-    if (!packed_ || packed.offset + elements <= packed_->elementsInFile()) return;
+    if (!packed_ || endOf(packed) <= packed_->elementsInFile()) return;
   }
   flush();
+}
+
+/// The entry of an array that waits for its chunk to be in the file, or the end.
+std::vector<FieldStore::Waiting>::iterator FieldStore::waitingEntry(const StoredHandle& stored) {
+  auto entry = std::lower_bound(waiting_.begin(), waiting_.end(), endOf(stored->data()),
+                                [](const Waiting& w, std::uint64_t end) { return w.end < end; });
+  // Arrays without elements end where others do.
+  return std::find_if(entry, waiting_.end(), [&](const Waiting& w) { return w.stored == stored; });
 }
 
 bool FieldStore::release(Field& field, std::uint32_t number, const CreatorHandle& creator) {
@@ -197,10 +208,8 @@ bool FieldStore::release(Field& field, std::uint32_t number, const CreatorHandle
     const std::lock_guard lock(mutex_);
     const StoredHandle stored = written(number);
     if (!stored || stored->data().lie != Lie::Packed || creator->hasInterfaces()) return false;
-    // It has mostly come last.
-    const auto own = std::find_if(waiting_.rbegin(), waiting_.rend(),
-                                  [&](const Waiting& w) { return w.stored == stored; });
-    const bool waits = own != waiting_.rend();
+    const auto own = waitingEntry(stored);
+    const bool waits = own != waiting_.end();
     if (waits ? own->creator != creator : creator->stored() != stored) return false;
     FragmentRow row;
     row.number = number;
@@ -211,7 +220,7 @@ bool FieldStore::release(Field& field, std::uint32_t number, const CreatorHandle
       released_ = Larder::makeStrong<ReleasedFragments>(place_, weak_from_this(), source);
     released_->keep(number, row);
     written_[number + std::size_t{1}].reset();
-    if (waits) waiting_.erase(std::next(own).base());
+    if (waits) waiting_.erase(own);
   }
   if (isFirst) field.setSource(released_, typeName_);
   return true;

@@ -80,7 +80,6 @@ class FieldStore : public std::enable_shared_from_this<FieldStore> {
   StoredHandle remember(const Incoming& incoming, const std::string& link, const DataPlace& data);
   StoredHandle written(std::int64_t number) const;
   void tellWaiting();
-  std::optional<FragmentRow> releasedRow(std::int64_t number) const;
 
   struct Waiting {
     CreatorHandle creator;
@@ -88,6 +87,7 @@ class FieldStore : public std::enable_shared_from_this<FieldStore> {
     Larder::Cache* cache;
     std::uint64_t end;  // elements of "@packed" that must be in the file
   };
+  std::vector<Waiting>::iterator waitingEntry(const StoredHandle& stored);
 
   FileHandle file_;
   LinkPath path_;
@@ -104,7 +104,7 @@ class FieldStore : public std::enable_shared_from_this<FieldStore> {
 
   mutable std::mutex mutex_;  // guards the members below
   std::unique_ptr<PackedDataset> packed_;
-  std::vector<Waiting> waiting_;
+  std::vector<Waiting> waiting_;       // by ascending ends
   std::vector<StoredHandle> written_;  // by running number + 1, the undivided data first
   Larder::StrongPtr<ReleasedFragments> released_;
 };

@@ -31,7 +31,8 @@ class ReleasedFragments : public FieldSource {
   void keep(std::uint32_t number, const FragmentRow& row);
   /// Other data has taken the fragment's place.
   void remove(std::uint32_t number);
-  /// The row of a fragment that is kept here.
+  /// Whether the fragment is kept here, and its row.
+  bool keeps(std::uint32_t number) const;
   std::optional<FragmentRow> rowOf(std::uint32_t number) const;
 
   CreatorHandle makeCreator(std::uint32_t number) override;
@@ -40,8 +41,6 @@ class ReleasedFragments : public FieldSource {
   Larder::StrongPtr<FieldSource> former() const override { return former_; }
 
  private:
-  bool keeps(std::uint32_t number) const;
-
   Larder::StrongPtr<FieldPlace> place_;
   std::weak_ptr<FieldStore> store_;
   Larder::StrongPtr<FieldSource> former_;
