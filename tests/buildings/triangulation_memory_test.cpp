@@ -10,24 +10,29 @@ namespace {
 
 std::size_t allocations = 0;
 
-void* allocate(std::size_t size, std::size_t unit) {
-  ++allocations;
-  if (void* memory = std::aligned_alloc(unit, (size + unit) / unit * unit)) return memory;
-  throw std::bad_alloc();
-}
-
 }  // namespace
 
 void* operator new(std::size_t size) {
-  return allocate(size, alignof(std::max_align_t));
+  ++allocations;
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-  return allocate(size, static_cast<std::size_t>(alignment));
+  ++allocations;
+  const auto unit = static_cast<std::size_t>(alignment);
+  if (void* memory = std::aligned_alloc(unit, (size + unit - 1) / unit * unit)) return memory;
+  throw std::bad_alloc();
 }
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
   std::free(memory);
 }
 
