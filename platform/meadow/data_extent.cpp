@@ -1,5 +1,7 @@
 #include "recast/meadow/data_extent.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 
@@ -8,39 +10,67 @@
 namespace Quilt {
 namespace {
 
-/// Smallest and largest of every `components`-th number; false if there is none.
-template <class T>
-bool minMax(const T* numbers, std::size_t count, std::size_t components, double& minimum,
-            double& maximum) {
-  using Limits = std::numeric_limits<T>;
-  T low = Limits::has_infinity ? Limits::infinity() : Limits::max();
-  T high = Limits::has_infinity ? static_cast<T>(-Limits::infinity()) : Limits::lowest();
-  bool any = false;
-  for (std::size_t i = 0; i < count; ++i) {
-    const T number = numbers[i * components];
-    low = number < low ? number : low;
-    high = number > high ? number : high;
-    any |= number == number;  // false for NaN alone
+/// Smallest and largest number of each of an element's components; NaN is passed over.
+template <class T, std::size_t Components>
+class Extremes {
+ public:
+  Extremes() {
+    using Limits = std::numeric_limits<T>;
+    low_.fill(Limits::has_infinity ? Limits::infinity() : Limits::max());
+    high_.fill(Limits::has_infinity ? static_cast<T>(-Limits::infinity()) : Limits::lowest());
   }
-  if (!any) return false;
-  minimum = static_cast<double>(low);
-  maximum = static_cast<double>(high);
-  return true;
-}
+
+  void add(const T* numbers, std::size_t elements) {
+    const std::size_t count = elements * Components;
+    std::size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes)
+      for (std::size_t lane = 0; lane < kLanes; ++lane) note(numbers[i + lane], lane);
+    for (std::size_t lane = 0; i < count; ++i, ++lane) note(numbers[i], lane);
+  }
+
+  /// \return false if the component has no number that isn't NaN.
+  bool get(std::size_t component, double& minimum, double& maximum) const {
+    T low = low_[component];
+    T high = high_[component];
+    for (std::size_t lane = component; lane < kLanes; lane += Components) {
+      low = std::min(low, low_[lane]);
+      high = std::max(high, high_[lane]);
+    }
+    if (low > high) return false;
+    minimum = static_cast<double>(low);
+    maximum = static_cast<double>(high);
+    return true;
+  }
+
+ private:
+  /// Several numbers side by side, which need not wait for each other; a lane is that of one
+  /// component. Long doubles, for which processors have no vectors, are faster one by one.
+  static constexpr std::size_t kLanes = Components * (sizeof(T) > 8 ? 1 : sizeof(T) < 4 ? 32 : 8);
+
+  void note(T number, std::size_t lane) {
+    low_[lane] = number < low_[lane] ? number : low_[lane];
+    high_[lane] = number > high_[lane] ? number : high_[lane];
+  }
+
+  std::array<T, kLanes> low_;
+  std::array<T, kLanes> high_;
+};
 
 template <class T>
 DataExtent rangeOf(const std::byte* bytes, std::size_t count) {
   DataExtent extent;
-  if (minMax(reinterpret_cast<const T*>(bytes), count, 1, extent.minimum[0], extent.maximum[0]))
-    extent.kind = DataExtent::Kind::Range;
+  Extremes<T, 1> extremes;
+  extremes.add(reinterpret_cast<const T*>(bytes), count);
+  if (extremes.get(0, extent.minimum[0], extent.maximum[0])) extent.kind = DataExtent::Kind::Range;
   return extent;
 }
 
 DataExtent boxOf(const std::byte* bytes, std::size_t count) {
   DataExtent extent;
-  const auto* numbers = reinterpret_cast<const double*>(bytes);
+  Extremes<double, 3> extremes;
+  extremes.add(reinterpret_cast<const double*>(bytes), count);
   for (std::size_t axis = 0; axis < 3; ++axis)
-    if (!minMax(numbers + axis, count, 3, extent.minimum[axis], extent.maximum[axis])) return {};
+    if (!extremes.get(axis, extent.minimum[axis], extent.maximum[axis])) return {};
   extent.kind = DataExtent::Kind::Box;
   return extent;
 }
