@@ -24,6 +24,10 @@ class RECAST_API Attributes {
 
  protected:
   Attributes() = default;
+  Attributes(const Attributes&) = default;
+  Attributes(Attributes&&) noexcept = default;
+  Attributes& operator=(const Attributes&) = default;
+  Attributes& operator=(Attributes&&) noexcept = default;
   ~Attributes() = default;
 
  private:

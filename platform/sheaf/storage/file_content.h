@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "recast/larder/attributes.h"
@@ -41,6 +42,8 @@ struct FieldContent {
   std::optional<std::array<double, 6>> box;
   AttributeContent attributes;
 };
+
+static_assert(std::is_nothrow_move_constructible_v<FieldContent>, "tables of millions of rows");
 
 struct RepresentationContent {
   std::string name;
