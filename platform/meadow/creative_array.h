@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 
 #include "recast/larder/ageable.h"
@@ -10,6 +11,16 @@
 
 namespace Quilt {
 
+/// Reads the elements of an array in pieces. Safe in several threads at once.
+class RECAST_API PieceReader {
+ public:
+  virtual ~PieceReader() = default;
+  /// Reads `count` elements from number `first` on, in the order of memory, into `target`.
+  /// \pre the array has as many.
+  /// \return false, with a message on the console, if that fails.
+  virtual bool read(std::uint64_t first, std::uint64_t count, void* target) const = 0;
+};
+
 /// An array that lies in a file.
 class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {
  public:
@@ -17,6 +28,8 @@ class RECAST_API StoredFragment : public Larder::ReferenceBase<StoredFragment> {
   virtual MemBaseHandle read() = 0;
   /// The extents of the array, first index first; known without reading it.
   virtual DynamicSize size() const = 0;
+  /// Opens the array for reading in pieces. \return null if it can be read only as a whole.
+  virtual std::unique_ptr<PieceReader> openPieces() { return nullptr; }
 };
 
 /// Gives the array of one fragment of a field: from memory, or from the file where it is stored.

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
 #include "recast/sheaf/storage/chunk_reader.h"
 #include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/file_stretch.h"
 #include "recast/sheaf/storage/in_parallel.h"
 
 namespace Quilt::Storage {
@@ -35,6 +37,23 @@ bool readChunks(Q8File& file, hid_t dataset, const BlockPlan& plan, NumberForm f
   return complete;
 }
 
+/// Reads what lies in one stretch and needs no conversion, on the machine's cores.
+/// \return false if it lies otherwise.
+bool readStretch(Q8File& file, hid_t dataset, const DatasetShape& shape, hid_t memoryType,
+                 std::byte* target) {
+  const std::span<std::byte> bytes(target, shape.numbers * shape.numberSize);
+  const auto stretch = FileStretch::of(file, dataset, memoryType, bytes.size());
+  // Of a file that is written HDF5 may still hold a part.
+  if (!stretch || stretch->isWritten()) return false;
+  inParallel((bytes.size() + kReadBytes - 1) / kReadBytes, [&](Counter& next) {
+    for (std::size_t i = 0; next(i);) {
+      const std::size_t first = i * kReadBytes;
+      stretch->read(first, bytes.subspan(first, std::min(kReadBytes, bytes.size() - first)));
+    }
+  });
+  return true;
+}
+
 /// Lets HDF5 read and convert, a piece at a time.
 void readThroughLibrary(Q8File& file, hid_t dataset, const DatasetShape& shape, hid_t memoryType,
                         std::size_t numberSize, std::byte* target) {
@@ -63,7 +82,9 @@ void readNumbers(Q8File& file, hid_t dataset, const DatasetShape& shape, hid_t m
                  std::size_t numberSize, std::byte* target) {
   if (shape.numbers == 0) return;
   NumberForm form = NumberForm::Other;
-  if (shape.shuffleDeflate) {
+  if (shape.chunk.empty()) {
+    if (readStretch(file, dataset, shape, memoryType, target)) return;
+  } else if (shape.shuffleDeflate) {
     const Hdf5Lock lock(file.state());
     form = formOf(dataset, memoryType);
   }

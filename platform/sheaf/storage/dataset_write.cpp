@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "recast/sheaf/storage/dataset_io.h"
+#include "recast/sheaf/storage/file_stretch.h"
 #include "recast/sheaf/storage/filters.h"
 #include "recast/sheaf/storage/groups.h"
 #include "recast/sheaf/storage/in_parallel.h"
@@ -61,7 +62,10 @@ Id createDataset(hid_t parent, const std::string& name, hid_t type, const BlockP
   const Id properties = own(H5Pcreate(H5P_DATASET_CREATE), "lay out", name);
   checked(H5Pset_obj_track_times(properties, false), "lay out", name);
   checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "lay out", name);
-  if (filter.level > 0 && plan.blocks() > 0) {
+  if (filter.level == 0) {
+    // Without chunks its place in the file is known at once, so that it can be written there.
+    checked(H5Pset_alloc_time(properties, H5D_ALLOC_TIME_EARLY), "lay out", name);
+  } else if (plan.blocks() > 0) {
     checked(H5Pset_chunk(properties, static_cast<int>(axes.size()), plan.fullSize().data()),
             "lay out", name);
     checked(H5Pset_shuffle(properties), "lay out", name);
@@ -75,6 +79,10 @@ Id createDataset(hid_t parent, const std::string& name, hid_t type, const BlockP
 
 void writePlain(Q8File& file, hid_t dataset, hid_t memoryType, const BlockPlan& plan,
                 std::span<const std::byte> bytes, std::size_t numberSize) {
+  if (const auto stretch = FileStretch::of(file, dataset, memoryType, bytes.size())) {
+    if (const int error = stretch->write(bytes); error != 0) file.failWriting(error);
+    return;
+  }
   for (std::size_t i = 0; i < plan.blocks(); ++i) {
     const BlockPlan::Block block = plan.block(i);
     const std::byte* source = bytes.data() + block.firstNumber * numberSize;

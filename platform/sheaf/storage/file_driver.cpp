@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "recast/sheaf/storage/file_bytes.h"
 #include "recast/sheaf/storage/file_size_signal.h"
 
 namespace Quilt::Storage {
@@ -137,20 +138,9 @@ herr_t fileHandle(H5FD_t* file, hid_t, void** handle) {
 }
 
 herr_t readBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size, void* buffer) {
-  OpenFile& open = self(file);
-  auto* bytes = static_cast<char*>(buffer);
-  while (size > 0) {
-    const ssize_t got = pread(open.descriptor, bytes, size, static_cast<off_t>(address));
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return failed();
-    if (got == 0) {
-      std::memset(bytes, 0, size);  // what was allocated and never written reads as zero
-      return 0;
-    }
-    bytes += got;
-    address += static_cast<haddr_t>(got);
-    size -= static_cast<size_t>(got);
-  }
+  std::span rest(static_cast<std::byte*>(buffer), size);
+  if (!readAt(self(file).descriptor, address, rest)) return failed();
+  std::ranges::fill(rest, std::byte{0});  // what was allocated and never written reads as zero
   return 0;
 }
 
@@ -158,17 +148,9 @@ herr_t writeBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size,
                   const void* buffer) {
   OpenFile& open = self(file);
   if (open.state->writeError.load() != 0) return 0;
-  const FileSizeSignalBlocked blocked;
-  const auto* bytes = static_cast<const char*>(buffer);
-  while (size > 0) {
-    const ssize_t put = pwrite(open.descriptor, bytes, size, static_cast<off_t>(address));
-    if (put < 0 && errno == EINTR) continue;
-    if (put < 0) return writeFailed(open);
-    bytes += put;
-    address += static_cast<haddr_t>(put);
-    size -= static_cast<size_t>(put);
-  }
-  open.size = std::max(open.size, address);
+  if (!writeAt(open.descriptor, address, {static_cast<const std::byte*>(buffer), size}))
+    return writeFailed(open);
+  open.size = std::max(open.size, address + size);
   return 0;
 }
 

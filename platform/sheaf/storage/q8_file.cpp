@@ -1,5 +1,7 @@
 #include "recast/sheaf/storage/q8_file.h"
 
+#include <cstring>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -75,6 +77,12 @@ hid_t Q8File::id() {
     throw StorageError(state_->shownName, "open", "the file was replaced by another one");
   id_ = open(Mode::Read);
   return id_;
+}
+
+void Q8File::failWriting(int error) {
+  int none = 0;
+  state_->writeError.compare_exchange_strong(none, error);
+  throw StorageError(state_->shownName, "write", std::strerror(error));
 }
 
 void Q8File::flush() {

@@ -27,6 +27,9 @@ class Q8File : public Larder::ReferenceBase<Q8File> {
   /// \throw StorageError if that fails, or if the path holds another file by now.
   hid_t id();
   bool writingFailed() const { return state_->writeError.load() != 0; }
+  /// Notes that what was written past HDF5 has failed: the file is lost, as when HDF5 itself meets
+  /// a failure. \param error of `errno`. \throw StorageError always
+  [[noreturn]] void failWriting(int error);
 
   /// Writes what HDF5 holds back. \throw StorageError
   void flush();

@@ -7,6 +7,7 @@
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/element_layout.h"
+#include "recast/sheaf/storage/file_stretch.h"
 #include "recast/sheaf/storage/format_names.h"
 #include "recast/sheaf/storage/groups.h"
 #include "recast/sheaf/storage/link_names.h"
@@ -14,6 +15,27 @@
 
 namespace Quilt::Storage {
 namespace {
+
+/// Reads pieces of a dataset that lies in one stretch.
+class StretchReader : public PieceReader {
+ public:
+  StretchReader(FileStretch stretch, std::size_t elementSize)
+      : stretch_(std::move(stretch)), elementSize_(elementSize) {}
+
+  bool read(std::uint64_t first, std::uint64_t count, void* target) const override {
+    try {
+      stretch_.read(first * elementSize_, {static_cast<std::byte*>(target), count * elementSize_});
+      return true;
+    } catch (const StorageError& error) {
+      Larder::Console() << error.what();
+      return false;
+    }
+  }
+
+ private:
+  FileStretch stretch_;
+  std::size_t elementSize_;
+};
 
 ElementLayout layoutIn(const FieldPlace& place) {
   const auto type = QuiltTypeBase::find(place.typeName());
@@ -79,25 +101,48 @@ void StoredArray::addShift(MemBase& array) const {
     for (std::size_t c = 0; c < components; ++c) values[c] += data_.shift[c];
 }
 
-MemBaseHandle StoredArray::readDataset() const {
+StoredArray::OpenNumbers StoredArray::openNumbers() const {
   Q8File& file = place_->file();
   const std::string path = place_->group() + "/" + link_;
-  Id dataset;
-  DatasetShape shape;
-  ElementLayout layout;
+  OpenNumbers numbers;
+  numbers.layout = layoutIn(*place_);
+  if (numbers.layout.isList) damaged();
+  numbers.dataset = openDataset(file.id(), path);
+  numbers.shape = numbersShapeOf(file, numbers.dataset, path);
+  std::uint64_t wanted = 0;
+  if (!data_.size().product(numbers.layout.components, wanted) || wanted != numbers.shape.numbers)
+    damaged();
+  return numbers;
+}
+
+std::unique_ptr<PieceReader> StoredArray::openPieces() {
+  if (data_.lie != Lie::Dataset || data_.shifted != 0) return nullptr;
+  Q8File& file = place_->file();
+  try {
+    const Hdf5Lock lock(file.state());
+    const OpenNumbers numbers = openNumbers();
+    auto stretch = FileStretch::of(file, numbers.dataset, numbers.layout.memoryType,
+                                   numbers.shape.numbers * numbers.shape.numberSize);
+    if (!stretch || stretch->isWritten()) return nullptr;
+    return std::make_unique<StretchReader>(
+        std::move(*stretch), numbers.layout.componentSize * numbers.layout.components);
+  } catch (const StorageError&) {
+    return nullptr;  // whoever reads the whole array then will hear of it
+  }
+}
+
+MemBaseHandle StoredArray::readDataset() const {
+  Q8File& file = place_->file();
+  OpenNumbers numbers;
   {
     const Hdf5Lock lock(file.state());
-    layout = layoutIn(*place_);
-    if (layout.isList) damaged();
-    dataset = openDataset(file.id(), path);
-    shape = numbersShapeOf(file, dataset, path);
+    numbers = openNumbers();
   }
-  std::uint64_t wanted = 0;
-  if (!data_.size().product(layout.components, wanted) || wanted != shape.numbers) damaged();
   MemBaseHandle array = emptyArray();
-  if (shape.numbers == 0) return array;
+  if (numbers.shape.numbers == 0) return array;
   auto* target = static_cast<std::byte*>(array->getChunk()->data_ptr());
-  readNumbers(file, dataset, shape, layout.memoryType, layout.componentSize, target);
+  readNumbers(file, numbers.dataset, numbers.shape, numbers.layout.memoryType,
+              numbers.layout.componentSize, target);
   addShift(*array);
   return array;
 }

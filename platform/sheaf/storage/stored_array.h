@@ -6,6 +6,7 @@
 
 #include "recast/meadow/creative_array.h"
 #include "recast/meadow/fragment_id.h"
+#include "recast/sheaf/storage/dataset_shape.h"
 #include "recast/sheaf/storage/fragment_table.h"
 #include "recast/sheaf/storage/packed_reader.h"
 #include "recast/sheaf/storage/q8_file.h"
@@ -42,11 +43,21 @@ class StoredArray : public StoredFragment {
 
   MemBaseHandle read() override;
   DynamicSize size() const override { return data_.size(); }
+  std::unique_ptr<PieceReader> openPieces() override;
   const DataPlace& data() const { return data_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 
  private:
+  /// A dataset of numbers that is as the table says.
+  struct OpenNumbers {
+    Id dataset;
+    DatasetShape shape;
+    ElementLayout layout;
+  };
+
   MemBaseHandle readDataset() const;
+  /// The caller holds the lock. \throw StorageError
+  OpenNumbers openNumbers() const;
   MemBaseHandle readPacked() const;
   MemBaseHandle readLists() const;
   MemBaseHandle readUniform() const;
