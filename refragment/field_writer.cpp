@@ -1,10 +1,12 @@
 #include "recast/refragment/field_writer.h"
 
+#include <cmath>
 #include <mutex>
 #include <type_traits>
 
 #include "recast/refragment/parallel_loop.h"
 #include "recast/refragment/source_arrays.h"
+#include "recast/refragment/spares.h"
 #include "recast/refragment/target_arrays.h"
 #include "recast/swath/cell_size.h"
 
@@ -16,6 +18,12 @@ constexpr const char* kWriteStep = "Write";
 constexpr std::uint64_t kWorthASecondThread = 1024;
 /// Targets of fewer bytes on average are small.
 constexpr std::uint64_t kSmallTargetBytes = 4096;
+
+/// The one lock of the process that workers hold while they hand a filled array over.
+std::mutex& dataModelLock() {
+  static std::mutex mutex;
+  return mutex;
+}
 
 /// Per source fragment whether the field has no data for it.
 std::vector<bool> absentIn(const Quilt::Field& field, const ParaBox& box) {
@@ -39,7 +47,7 @@ class FieldWriter {
         target_(target),
         absent_(absentIn(*source, box)),
         available_(box.IndexLists.layOut(absent_)),
-        sources_(box, name, source, typeid(T), absent_),
+        sources_(box, name, *source, typeid(T), absent_),
         sizes_(box.IndexLists.share().slots()) {}
 
   void write() {
@@ -79,16 +87,28 @@ class FieldWriter {
   void distribute(Targets& targets) {
     const auto& segments = box_.IndexLists.segments();
     const int threads = box_.IndexLists.points() < kWorthASecondThread ? 1 : box_.Threads;
-    forEachInParallel(threads, segments.size(),
-                      [&](std::uint64_t i) { distribute(segments[i], targets); });
+    forEachInParallel(threads, segments.size(), [&](std::uint64_t i) {
+      distribute(segments[i], threads == 1 ? 0 : startFor(i, segments[i].numberOfRuns()), targets);
+    });
+  }
+
+  /// The run that a segment begins with: threads that begin with the same target would make all
+  /// targets hand in hand, each waiting for the other.
+  static std::size_t startFor(std::uint64_t segment, std::size_t runs) {
+    constexpr double kGoldenSection = 0.6180339887498949;
+    const double turns = static_cast<double>(segment) * kGoldenSection;
+    return static_cast<std::size_t>((turns - std::floor(turns)) * static_cast<double>(runs));
   }
 
   template <class Targets>
-  void distribute(const IndexLists::Segment& segment, Targets& targets) {
+  void distribute(const IndexLists::Segment& segment, std::size_t start, Targets& targets) {
     if (absent_[segment.source]) return;
-    const SourceArrays::Use use(sources_, segment.source);
-    const T* from = reinterpret_cast<const T*>(use.elements()) + segment.firstPoint;
-    for (std::size_t i = 0; i < segment.numberOfRuns(); ++i) {
+    const auto room = rooms_.borrow();
+    const SourceArrays::Use use(sources_, segment, *room);
+    const T* from = reinterpret_cast<const T*>(use.elements());
+    const std::size_t runs = segment.numberOfRuns();
+    for (std::size_t k = 0; k < runs; ++k) {
+      const std::size_t i = k + start - (k + start < runs ? 0 : runs);
       if constexpr (std::is_same_v<Targets, TargetBlock<T>>) prefetchFor(segment, i, targets);
       const IndexLists::Run& run = segment.runs[i];
       T* to = targets.elements(run.slot);
@@ -131,7 +151,8 @@ class FieldWriter {
   std::vector<bool> absent_;
   const std::vector<std::uint32_t>& available_;
   SourceArrays sources_;
-  std::vector<std::uint32_t> sizes_;  // by slot, 0 for a target that is not written
+  Spares<std::vector<std::byte>> rooms_;  // for the elements of a segment
+  std::vector<std::uint32_t> sizes_;      // by slot, 0 for a target that is not written
 };
 
 /// Writes the field if its elements are of type T.

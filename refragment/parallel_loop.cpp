@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <mutex>
 
 // GCC's OpenMP runtime is a closed book to ThreadSanitizer, which then takes every hand-over
 // through it for a race. In such a build the same loop runs on plain threads; clang's runtime tells
@@ -86,11 +87,6 @@ void forEachInParallel(int threads, std::uint64_t count,
     }
   });
   first.rethrow();
-}
-
-std::mutex& dataModelLock() {
-  static std::mutex mutex;
-  return mutex;
 }
 
 }  // namespace Recast

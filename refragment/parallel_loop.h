@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <mutex>
 
 namespace Recast {
 
@@ -13,9 +12,5 @@ namespace Recast {
 /// further number is begun.
 void forEachInParallel(int threads, std::uint64_t count,
                        const std::function<void(std::uint64_t)>& body);
-
-/// The one lock of the process that workers hold while they use the data model: fetching a source
-/// array, handing a filled one over.
-std::mutex& dataModelLock();
 
 }  // namespace Recast

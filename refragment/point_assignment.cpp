@@ -6,6 +6,8 @@
 #include <cmath>
 #include <utility>
 
+#include "recast/refragment/parallel_loop.h"
+
 namespace Recast {
 namespace {
 
@@ -34,7 +36,7 @@ class CellLocator {
   }
 
   template <bool Overlapping>
-  Entry* run(PointAssignment::Points points) {
+  Entry* run(std::span<const Heron::PhysicalSpace::point> points) {
     for (std::size_t k = 0; k < points.size(); ++k)
       locate<Overlapping>(points[k], static_cast<std::uint32_t>(k));
     return out_;
@@ -107,9 +109,8 @@ class CellLocator {
 /// The entries of one segment, with room to sort them.
 class PointAssignment::Entries {
  public:
-  /// \param perPoint the most entries that a point may have.
-  explicit Entries(std::size_t perPoint)
-      : room_(perPoint * IndexLists::kSegmentPoints),
+  explicit Entries(double overlap)
+      : room_((overlap > 0.0 ? kMostTargets : 1) * IndexLists::kSegmentPoints),
         entries_(std::make_unique_for_overwrite<Entry[]>(room_)),
         sorted_(std::make_unique_for_overwrite<Entry[]>(room_)) {}
 
@@ -127,6 +128,7 @@ class PointAssignment::Entries {
   }
 
  private:
+  static constexpr std::size_t kMostTargets = 27;  // of a point: its cell and those around
   static constexpr unsigned kMostDigitBits = 11;
 
   void distribute(unsigned shift, unsigned digitBits) {
@@ -147,9 +149,7 @@ class PointAssignment::Entries {
 };
 
 PointAssignment::PointAssignment(const FragmentLattice& lattice, double overlap)
-    : lattice_(lattice),
-      overlap_(overlap),
-      entries_(std::make_unique<Entries>(overlap > 0.0 ? 27 : 1)) {}
+    : lattice_(lattice), overlap_(overlap) {}
 
 PointAssignment::~PointAssignment() = default;
 
@@ -169,26 +169,32 @@ bool PointAssignment::mayReach(const Quilt::DataExtent& extent) const {
   return true;
 }
 
-void PointAssignment::assign(Points points, std::uint32_t source, IndexLists& lists) {
-  for (std::size_t first = 0; first < points.size(); first += IndexLists::kSegmentPoints) {
-    const std::size_t size =
-        std::min<std::size_t>(IndexLists::kSegmentPoints, points.size() - first);
-    IndexLists::Segment segment = segmentOf(points.subspan(first, size), lists.share());
-    segment.source = source;
-    segment.firstPoint = first;
-    lists.add(std::move(segment));
-  }
+void PointAssignment::assign(const Points& points, std::uint32_t source, int threads,
+                             IndexLists& lists) {
+  constexpr std::uint64_t kMost = IndexLists::kSegmentPoints;
+  std::vector<IndexLists::Segment> segments((points.count + kMost - 1) / kMost);
+  forEachInParallel(threads, segments.size(), [&](std::uint64_t i) {
+    const std::uint64_t first = i * kMost;
+    const auto number = static_cast<std::size_t>(std::min(kMost, points.count - first));
+    const auto entries = entries_.borrow(overlap_);
+    const auto room = rooms_.borrow();
+    segments[i] = segmentOf({points.piece(first, number, *room), number}, lists.share(), *entries);
+    segments[i].source = source;
+    segments[i].firstPoint = first;
+  });
+  for (IndexLists::Segment& segment : segments) lists.add(std::move(segment));
 }
 
-IndexLists::Segment PointAssignment::segmentOf(Points points, const PassShare& share) {
-  CellLocator locator(lattice_, overlap_, share, entries_->begin());
-  entries_->setEnd(overlap_ > 0.0 ? locator.run<true>(points) : locator.run<false>(points));
+IndexLists::Segment PointAssignment::segmentOf(std::span<const Heron::PhysicalSpace::point> points,
+                                               const PassShare& share, Entries& room) const {
+  CellLocator locator(lattice_, overlap_, share, room.begin());
+  room.setEnd(overlap_ > 0.0 ? locator.run<true>(points) : locator.run<false>(points));
   IndexLists::Segment segment{};
-  const std::size_t size = entries_->all().size();
+  const std::size_t size = room.all().size();
   if (size == 0) return segment;
-  entries_->sort(share.slots());
+  room.sort(share.slots());
   segment.indices.resize(size);
-  const auto entries = entries_->all();
+  const auto entries = room.all();
   for (std::size_t i = 0; i < size; ++i) {
     segment.indices[i] = static_cast<std::uint16_t>(entries[i]);
     if (i == 0 || slotOf(entries[i]) != slotOf(entries[i - 1]))

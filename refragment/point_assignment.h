@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <span>
+#include <vector>
 
 #include "recast/meadow/data_extent.h"
 #include "recast/refragment/fragment_lattice.h"
 #include "recast/refragment/index_lists.h"
+#include "recast/refragment/spares.h"
 
 namespace Recast {
 
@@ -20,7 +22,15 @@ namespace Recast {
 /// nowhere.
 class PointAssignment {
  public:
-  using Points = std::span<const Heron::PhysicalSpace::point>;
+  /// The points of one source fragment.
+  struct Points {
+    std::uint64_t count = 0;
+    /// Gives `number` points from number `first` on. May be called by several threads at once.
+    /// \param room for the points if they have to be read; stays as it is until they were used.
+    std::function<const Heron::PhysicalSpace::point*(std::uint64_t first, std::size_t number,
+                                                     std::vector<std::byte>& room)>
+        piece;
+  };
 
   PointAssignment(const FragmentLattice& lattice, double overlap);
   ~PointAssignment();
@@ -30,16 +40,20 @@ class PointAssignment {
   bool mayReach(const Quilt::DataExtent& extent) const;
   /// Adds the points of a source fragment to the lists of a pass.
   /// \param source the place of the fragment in the list of all.
-  void assign(Points points, std::uint32_t source, IndexLists& lists);
+  /// \param threads that look at the points, as for `forEachInParallel`; the lists don't depend on
+  /// it.
+  void assign(const Points& points, std::uint32_t source, int threads, IndexLists& lists);
 
  private:
   class Entries;
 
-  IndexLists::Segment segmentOf(Points points, const PassShare& share);
+  IndexLists::Segment segmentOf(std::span<const Heron::PhysicalSpace::point> points,
+                                const PassShare& share, Entries& room) const;
 
   FragmentLattice lattice_;
   double overlap_;
-  std::unique_ptr<Entries> entries_;
+  Spares<Entries> entries_;
+  Spares<std::vector<std::byte>> rooms_;
 };
 
 }  // namespace Recast

@@ -1,17 +1,15 @@
 #include <algorithm>
 #include <chrono>
-#include <future>
 #include <numeric>
 
 #include "recast/larder/console.h"
 #include "recast/refragment/para_box.h"
-#include "recast/refragment/parallel_loop.h"
 #include "recast/refragment/point_assignment.h"
 #include "recast/refragment/refragment_storage.h"
 #include "recast/refragment/refragmentation_plan.h"
 #include "recast/refragment/run_end.h"
-#include "recast/refragment/source_arrays.h"
 #include "recast/refragment/source_cloud.h"
+#include "recast/refragment/source_elements.h"
 #include "recast/refragment/target_writing.h"
 
 namespace Recast {
@@ -44,70 +42,42 @@ Quilt::BundlePtr openOutput(const ParaBox& box) {
   return output;
 }
 
-/// Gives the positions of one source fragment after the other, and reads the next ones meanwhile.
-class PositionsAhead {
- public:
-  PositionsAhead(const ParaBox& box, const Quilt::Field& positions,
-                 const PointAssignment& assignment)
-      : box_(box), positions_(positions), assignment_(assignment) {
-    readNext();
-  }
-
-  /// \return false behind the last fragment that has positions within reach of the lattice.
-  bool next(std::uint32_t& source, Quilt::MemBaseHandle& array) {
-    if (!reading_.valid()) return false;
-    source = next_ - 1;
-    array = reading_.get();
-    readNext();
-    return true;
-  }
-
- private:
-  void readNext() {
-    while (next_ < box_.SourceFragments.size()) {
-      const auto creator = positions_.getCreator(box_.SourceFragments[next_++]);
-      if (!creator || !assignment_.mayReach(creator->extent())) continue;
-      reading_ = std::async(std::launch::async, [creator] {
-        const std::lock_guard lock(dataModelLock());
-        return fetchData(creator);
-      });
-      return;
-    }
-  }
-
-  const ParaBox& box_;
-  const Quilt::Field& positions_;
-  const PointAssignment& assignment_;
-  std::uint32_t next_ = 0;
-  std::future<Quilt::MemBaseHandle> reading_;
-};
-
 /// Adds the points of one source fragment to the lists of the running pass.
-void assignFragment(ParaBox& box, const Quilt::MemBaseHandle& array, std::uint32_t source,
+void assignFragment(ParaBox& box, const SourceElements& positions, std::uint32_t source,
                     PointAssignment& assignment) {
-  const auto& fragment = box.SourceFragments[source];
-  std::vector<std::byte> own;
-  const auto bytes = elementsOf(array, typeid(Heron::PhysicalSpace::point),
-                                Quilt::Representation::kPositions, fragment->name(), own);
-  box.SourcePoints[source] = array->nElements();
-  assignment.assign({reinterpret_cast<const Heron::PhysicalSpace::point*>(bytes.data()),
-                     static_cast<std::size_t>(array->nElements())},
-                    source, box.IndexLists);
+  using Heron::PhysicalSpace;
+  box.SourcePoints[source] = positions.size();
+  assignment.assign(
+      {positions.size(),
+       [&](std::uint64_t first, std::size_t count, std::vector<std::byte>& room) {
+         return reinterpret_cast<const PhysicalSpace::point*>(positions.piece(first, count, room));
+       }},
+      source, box.Threads, box.IndexLists);
 }
 
 void assignPoints(ParaBox& box, const Quilt::Field& positions,
                   const std::vector<std::uint32_t>& rankOfSource) {
   PointAssignment assignment(box.lattice(), box.Overlap);
   box.IndexLists = IndexLists(box.share());
-  std::uint32_t reported = 0;
+  std::vector<std::uint32_t> sources;
+  std::vector<ElementsAhead::Source> inOrder;
   // A pass beyond the last fragment has nothing to look for.
-  if (box.IndexLists.share().slots() > 0) {
-    PositionsAhead ahead(box, positions, assignment);
-    Quilt::MemBaseHandle array;
-    for (std::uint32_t source = 0; ahead.next(source, array);) {
-      for (; reported <= source; ++reported) box.reportSteps("IdxList", 1);
-      assignFragment(box, array, source, assignment);
-    }
+  const bool hasTargets = box.IndexLists.share().slots() > 0;
+  for (std::uint32_t source = 0; hasTargets && source < box.SourceFragments.size(); ++source) {
+    const auto& fragment = box.SourceFragments[source];
+    const auto creator = positions.getCreator(fragment);
+    if (!creator || !assignment.mayReach(creator->extent())) continue;
+    sources.push_back(source);
+    inOrder.push_back({creator,
+                       {Quilt::Representation::kPositions, fragment->name(),
+                        &typeid(Heron::PhysicalSpace::point)}});
+  }
+  ElementsAhead ahead(std::move(inOrder));
+  std::uint32_t reported = 0;
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    for (; reported <= sources[i]; ++reported) box.reportSteps("IdxList", 1);
+    assignFragment(box, *ahead.get(i), sources[i], assignment);
+    ahead.drop(i);
   }
   for (; reported < box.SourceFragments.size(); ++reported) box.reportSteps("IdxList", 1);
   box.IndexLists.orderBy(rankOfSource);

@@ -115,8 +115,11 @@ void scan(Recast::ParaBox& box) {
   Recast::PointAssignment assignment(box.lattice(), box.Overlap);
   for (std::uint32_t source = 0; source < box.SourceFragments.size(); ++source) {
     const auto array = positions->getData(box.SourceFragments[source]);
-    assignment.assign({static_cast<const Point*>(array->getPtr()), array->nElements()}, source,
-                      box.IndexLists);
+    const auto* points = static_cast<const Point*>(array->getPtr());
+    const auto piece = [points](std::uint64_t first, std::size_t, std::vector<std::byte>&) {
+      return points + first;
+    };
+    assignment.assign({array->nElements(), piece}, source, box.Threads, box.IndexLists);
   }
 }
 

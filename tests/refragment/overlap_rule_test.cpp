@@ -212,7 +212,10 @@ TEST(PointAssignment, FindsThePointsOfManyFragmentsInTheirOrder) {
     std::map<std::uint32_t, std::vector<std::uint64_t>> found;
     for (std::uint32_t pass = 0; pass < passes; ++pass) {
       Recast::IndexLists lists(Recast::PassShare(1000000, passes, pass));
-      Recast::PointAssignment(lattice, 0.0).assign(points, 0, lists);
+      const auto piece = [&points](std::uint64_t first, std::size_t, std::vector<std::byte>&) {
+        return points.data() + first;
+      };
+      Recast::PointAssignment(lattice, 0.0).assign({points.size(), piece}, 0, 2, lists);
       for (const auto& segment : lists.segments())
         for (std::size_t run = 0; run < segment.numberOfRuns(); ++run)
           for (const auto index : segment.indicesOf(run))
