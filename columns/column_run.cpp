@@ -66,7 +66,7 @@ int ColumnRun::readLines(LineReader& reader) {
         block_.start(expectedLines());
         ++fragmentNumber_;
       }
-      const std::string_view text = Larder::Text::untilNul(line);
+      const std::string_view text = reader.untilNul(line);
       if (!block_.append(text)) return tellBadLine(text, reader.lineNumber());
     }
     countLine();

@@ -16,8 +16,7 @@ constexpr std::uint64_t kShortestLine = 6;  // "0 0 0" and its end
 
 /// Reads exactly three numbers separated by blanks, each rounded to a float. \return false for any
 /// other line. \throw std::out_of_range
-bool parseTerrainLine(std::string_view line, PhysicalSpace::point& point) {
-  const std::string_view text = Larder::Text::untilNul(line);
+bool parseTerrainLine(std::string_view text, PhysicalSpace::point& point) {
   TokenWalk walk(text, ' ');
   Number<float> numbers[3];
   for (auto& number : numbers)
@@ -35,7 +34,7 @@ std::optional<double> spacingFromText(const std::string& path) {
   std::string_view line;
   PhysicalSpace::point samples[2];
   for (auto& sample : samples)
-    if (!reader.next(line) || !parseTerrainLine(line, sample)) return std::nullopt;
+    if (!reader.next(line) || !parseTerrainLine(reader.untilNul(line), sample)) return std::nullopt;
   return spacingOf(samples[0], samples[1]);
 }
 
@@ -50,7 +49,7 @@ int readSamplesFromText(const std::string& path, std::optional<double> spacing,
   samples.reserve(static_cast<std::size_t>(reader.fileSize() / kShortestLine));
   PhysicalSpace::point sample;
   for (std::string_view line; reader.next(line);) {
-    if (!parseTerrainLine(line, sample)) return kBadSampleLine;
+    if (!parseTerrainLine(reader.untilNul(line), sample)) return kBadSampleLine;
     if (samples.empty()) samples.setReference(sample);
     samples.add(sample);
   }

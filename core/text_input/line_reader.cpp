@@ -78,6 +78,8 @@ bool LineReader::readBlock() {
   } while (got < 0 && errno == EINTR);
   if (got < 0) error_ = errno;
   if (got <= 0) return false;
+  const bool unreadMay = mayHoldNul_ && at_ != end_;
+  mayHoldNul_ = unreadMay || std::memchr(end_, '\0', static_cast<std::size_t>(got)) != nullptr;
   end_ += got;
   return true;
 }

@@ -9,6 +9,15 @@
 
 namespace Larder::Text {
 
+/// The part of the text before its first NUL byte, or all of it.
+inline std::string_view untilNul(std::string_view text) {
+  const void* const nul = text.empty() ? nullptr : std::memchr(text.data(), '\0', text.size());
+  return nul == nullptr
+             ? text
+             : text.substr(0,
+                           static_cast<std::size_t>(static_cast<const char*>(nul) - text.data()));
+}
+
 /// Gives the lines of a text file, one after the other, of any length and number.
 ///
 ///     LineReader reader(path);
@@ -42,6 +51,11 @@ class LineReader {
     ++at_;
     return true;
   }
+  /// The same for the line given last, faster: most files have no such byte, which is known block
+  /// by block.
+  std::string_view untilNul(std::string_view line) const {
+    return mayHoldNul_ ? Text::untilNul(line) : line;
+  }
   /// Passes over `count` lines. \return false if the file ends before.
   bool skip(std::uint64_t count);
 
@@ -68,21 +82,13 @@ class LineReader {
 
   std::unique_ptr<char[]> buffer_;
   std::size_t capacity_;
-  const char* at_;   ///< where the next line starts, in the buffer
-  const char* end_;  ///< of what was read into the buffer
+  const char* at_;           ///< where the next line starts, in the buffer
+  const char* end_;          ///< of what was read into the buffer
+  bool mayHoldNul_ = false;  ///< what is in the buffer
   std::uint64_t lineNumber_ = 0;
   std::uint64_t fileSize_ = 0;
   int descriptor_ = -1;
   int error_ = 0;
 };
-
-/// The part of the text before its first NUL byte, or all of it.
-inline std::string_view untilNul(std::string_view text) {
-  const void* const nul = text.empty() ? nullptr : std::memchr(text.data(), '\0', text.size());
-  return nul == nullptr
-             ? text
-             : text.substr(0,
-                           static_cast<std::size_t>(static_cast<const char*>(nul) - text.data()));
-}
 
 }  // namespace Larder::Text

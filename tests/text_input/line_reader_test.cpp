@@ -25,6 +25,7 @@ Lines linesOf(const std::string& path) {
   for (std::string_view line; reader.next(line);) {
     lines.emplace_back(line);
     EXPECT_EQ(reader.lineNumber(), lines.size());
+    EXPECT_EQ(reader.untilNul(line), Larder::Text::untilNul(line));
   }
   EXPECT_FALSE(reader.failed()) << reader.reason();
   return lines;
@@ -68,7 +69,7 @@ TEST(LineReader, GivesLinesOfAnyLengthWhereverBlocksEnd) {
     for (std::size_t offset = 0; offset < 5; ++offset) {
       std::string text((std::size_t{1} << power) - offset, 'x');
       for (int part = 0; part < 40; ++part)
-        text += random.some("\r\n", random.below(4)) +
+        text += random.some("\r\n", random.below(4)) + std::string(random.oneIn(8) ? 1 : 0, '\0') +
                 std::string(random.below(random.oneIn(20) ? 200000 : 30), 'y');
       const std::string path = folder.write("file", text);
       ASSERT_TRUE(linesOf(path) == expectedLines(text)) << power << ' ' << offset;
