@@ -29,9 +29,14 @@ Larder::StrongPtr<Quilt::MemArray<1, T>, Larder::Cacheable> arrayOf(std::vector<
 /// A bundle file under construction with one grid of points.
 class CloudFile {
  public:
-  explicit CloudFile(const std::string& path, const std::string& grid = kGrid, double time = 0.0)
+  /// \param compression as of a refragmentation.
+  explicit CloudFile(const std::string& path, const std::string& grid = kGrid, double time = 0.0,
+                     int compression = -1)
       : bundle_(new Quilt::Bundle) {
-    if (bundle_->bindToNew(path).number != 0) throw std::runtime_error("can't write " + path);
+    const Quilt::StorageHandle storage(new Quilt::StorageTransformations);
+    storage->compressionMode = compression;
+    if (bundle_->bindToNew(path, storage).number != 0)
+      throw std::runtime_error("can't write " + path);
     grid_ = (*(*bundle_)[time])[grid];
     representation_ = grid_->makeCartesianRepresentation(3, "", 0);
   }

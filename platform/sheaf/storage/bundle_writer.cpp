@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <optional>
-#include <tuple>
 
 #include "recast/sheaf/storage/link_names.h"
 #include "recast/sheaf/storage/structure_writer.h"
@@ -27,23 +24,9 @@ std::size_t workersFor(const StorageTransformations& storage) {
   return std::max(1U, std::thread::hardware_concurrency());
 }
 
-void makeFolder(const std::filesystem::path& folder) {
-  std::error_code error;
-  if (!folder.empty()) std::filesystem::create_directories(folder, error);
-  if (error) throw StorageError(folder.string(), "make the folder", error.message());
-}
-
 LinkPath pathOf(const Placement& place) {
   return {timeName(place.Time), escapedName(place.GridName), escapedName(place.Skeleton.name()),
           escapedName(place.RepresentationName), escapedName(place.FieldName)};
-}
-
-/// The links of a place that the rules tell as a text, in which HDF5 could not hold a ".".
-LinkPath externalPath(const std::string& text) {
-  LinkPath path = splitPath(text);
-  for (std::string& link : path)
-    if (link == ".") link = escapedName(link);
-  return path;
 }
 
 }  // namespace
@@ -52,12 +35,9 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
                            bool tellCreators)
     : storage_(storage ? storage : StorageHandle(new StorageTransformations)),
       tellCreators_(tellCreators),
-      existing_(existing),
       mostWaiting_(std::min(kMostWaiting, Larder::Cache::MemCache().budget())),
+      files_(target, storage_, existing),
       pool_(workersFor(*storage_)) {
-  main_.partial = std::make_unique<PartialFile>(target, existing);
-  main_.file = Larder::makeStrong<Q8File>(main_.partial->path(), target,
-                                          existing ? Q8File::Mode::Change : Q8File::Mode::Create);
   thread_ = std::thread([this] { work(); });
 }
 
@@ -65,14 +45,6 @@ BundleWriter::~BundleWriter() {
   stopWorking();
   lastStore_ = nullptr;
   stores_.clear();
-  // Files that were not completed are lost: what HDF5 still holds of them need not be written.
-  forEachOutput([](OutputFile& output) { output.file->abandon(); });
-}
-
-template <class Visit>
-void BundleWriter::forEachOutput(Visit visit) {
-  for (auto& [name, output] : external_) visit(output);
-  visit(main_);
 }
 
 void BundleWriter::store(const Placement& place, const Field& field,
@@ -87,7 +59,7 @@ void BundleWriter::store(const Placement& place, const Field& field,
   const bool computed = array.castTo<UniformCartesianArray>() != nullptr;
   if (!computed && array->getPtr() == nullptr && array->nElements() > 0) return;
   if (!computed && !hasAllElements(*array))
-    refuse(place, "its array has a shape that is larger than its memory");
+    files_.refuse(place, "its array has a shape that is larger than its memory");
   const bool isList = array->getType() == typeid(std::vector<unsigned int>);
   Job job;
   job.store = storeOf(place, field);
@@ -171,103 +143,29 @@ std::shared_ptr<FieldStore> BundleWriter::findStore(const Placement& place, cons
     fresh->expectOthers();
     return found->second = fresh;
   }
-  const OutputFile& output = fileFor(place, path);
-  return stores_[key] = std::make_shared<FieldStore>(output.file, path, typeName, field,
-                                                     loadedFrom(field), tellCreators_, pool_);
+  const FileHandle& file = files_.fileFor(place, path);
+  return stores_[key] = std::make_shared<FieldStore>(file, path, typeName, field, loadedFrom(field),
+                                                     tellCreators_, pool_);
 }
 
 Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field) const {
   for (auto source = field.source(); source; source = source->former()) {
     auto loaded = source.castTo<LoadedField>();
-    if (loaded && &loaded->place()->file() == main_.file.rawptr()) return loaded;
+    if (loaded && &loaded->place()->file() == file().rawptr()) return loaded;
   }
   return nullptr;
 }
 
-void BundleWriter::refuse(const Placement& place, const std::string& reason) const {
-  throw StorageError(main_.file->state().shownName, "write field " + place.FieldName, reason);
-}
-
 void BundleWriter::requireType(const Placement& place, const std::string& held,
                                const std::string& given) const {
-  if (held != given) refuse(place, "it holds elements of " + held + ", not of " + given);
+  if (held != given) files_.refuse(place, "it holds elements of " + held + ", not of " + given);
 }
 
 void BundleWriter::claimTime(double time) {
   const auto [entry, isNew] = times_.try_emplace(timeName(time), time);
   if (!isNew && entry->second != time)
-    throw StorageError(main_.file->state().shownName, "write slice " + entry->first,
+    throw StorageError(file()->state().shownName, "write slice " + entry->first,
                        "two slices have times that agree to six decimals");
-}
-
-const BundleWriter::OutputFile& BundleWriter::fileFor(const Placement& place, LinkPath& path) {
-  const LinkPath mainPath = path;
-  std::string name;
-  std::string inside;
-  LinkPath insidePath = path;
-  if (existing_ && staysWhereItLies(path, name, insidePath)) {
-    if (name.empty()) return main_;
-  } else {
-    std::tie(name, inside) = storage_->getExternalLocation(
-        place.Time, place.GridName, place.Skeleton, place.RepresentationName, place.FieldName);
-    if (name.empty()) return main_;
-    if (!inside.empty())
-      insidePath = below(externalPath(storage_->getExternalLocationPrefix() + inside), path.back());
-  }
-  std::filesystem::path target(name);
-  if (target.is_relative())
-    target = std::filesystem::path(main_.partial->target()).parent_path() / target;
-  const std::string targetName = target.lexically_normal().string();
-  const auto [claim, isNew] =
-      externalPlaces_.try_emplace(targetName + joined(insidePath), joined(mainPath));
-  if (claim->second != joined(mainPath))
-    refuse(place, "its place in " + name + " is that of " + claim->second);
-  const OutputFile& output = externalOutput(targetName);
-  path = insidePath;
-  linkExternal(output, storage_->getExternalFileReference(main_.partial->target(), targetName),
-               mainPath, path);
-  return output;
-}
-
-/// Whether the file that is changed holds the field already, and where: a field stays in the file
-/// in which it lies, whatever the rules say of new ones. \param externalFile is left empty for the
-/// main file.
-bool BundleWriter::staysWhereItLies(const LinkPath& path, std::string& externalFile,
-                                    LinkPath& inside) {
-  const Hdf5Lock lock(main_.file->state());
-  const Id parent = findGroup(*main_.file, {path.begin(), path.end() - 1});
-  if (!parent.valid() || !hasLink(parent, path.back())) return false;
-  if (const auto target = externalTarget(parent, path.back())) {
-    if (!leadsSomewhere(parent, path.back())) {
-      removeLink(parent, path.back());  // the data is lost; nothing stands in the field's way
-      return false;
-    }
-    externalFile = target->first;
-    inside = splitPath(target->second);
-  }
-  return true;
-}
-
-const BundleWriter::OutputFile& BundleWriter::externalOutput(const std::string& target) {
-  if (const auto present = external_.find(target); present != external_.end())
-    return present->second;
-  makeFolder(std::filesystem::path(target).parent_path());
-  const bool changed = existing_ && std::filesystem::exists(target);
-  OutputFile output;
-  output.partial = std::make_unique<PartialFile>(target, changed);
-  output.file = Larder::makeStrong<Q8File>(output.partial->path(), target,
-                                           changed ? Q8File::Mode::Change : Q8File::Mode::Create);
-  return external_.emplace(target, std::move(output)).first->second;
-}
-
-void BundleWriter::linkExternal(const OutputFile& external, const std::string& reference,
-                                const LinkPath& path, const LinkPath& inside) {
-  const Hdf5Lock lock(main_.file->state());
-  const Id group = makeGroup(*main_.file, {path.begin(), path.end() - 1});
-  if (hasLink(group, path.back())) removeLink(group, path.back());
-  checked(H5Lcreate_external(reference.c_str(), joined(inside).c_str(), group, path.back().c_str(),
-                             linkProperties(), H5P_DEFAULT),
-          "link", external.partial->target());
 }
 
 /// Waits on behalf of a caller; the writing thread does not wait for more meanwhile.
@@ -346,7 +244,7 @@ void BundleWriter::startBringing(std::size_t bytes) {
   std::vector<const PartialFile*> files;
   {
     const std::lock_guard lock(mutex_);
-    forEachOutput([&files](OutputFile& output) { files.push_back(output.partial.get()); });
+    files = files_.partialFiles();
   }
   // It takes as long as to write, and is nothing to wait for.
   bringing_ = std::async(std::launch::async, [files = std::move(files)] {
@@ -404,16 +302,7 @@ void BundleWriter::complete(const Bundle& bundle) {
   writer.writeStructure(bundle);
   lastStore_ = nullptr;
   stores_.clear();
-  // Nothing takes its place before all is safe, and the external files come first: the main file
-  // must not point to what isn't there.
-  forEachOutput([](OutputFile& output) {
-    output.file->close();
-    output.partial->bringToDisk();
-  });
-  forEachOutput([](OutputFile& output) {
-    output.partial->putInPlace();
-    output.file->movedTo(output.partial->target());
-  });
+  files_.complete();
 }
 
 }  // namespace Quilt::Storage

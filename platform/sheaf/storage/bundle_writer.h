@@ -3,7 +3,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,7 +12,7 @@
 
 #include "recast/sheaf/bundle.h"
 #include "recast/sheaf/storage/field_store.h"
-#include "recast/sheaf/storage/partial_file.h"
+#include "recast/sheaf/storage/output_files.h"
 
 namespace Quilt::Storage {
 
@@ -47,15 +46,11 @@ class BundleWriter : public FragmentSink {
   void complete(const Bundle& bundle);
 
   /// The file being written, with the target's content if it continues that.
-  const FileHandle& file() const { return main_.file; }
+  const FileHandle& file() const { return files_.main(); }
 
  private:
   friend class StructureWriter;
 
-  struct OutputFile {
-    std::unique_ptr<PartialFile> partial;
-    FileHandle file;
-  };
   struct Job {
     std::shared_ptr<FieldStore> store;
     FieldStore::Incoming incoming;
@@ -73,7 +68,6 @@ class BundleWriter : public FragmentSink {
   /// \pre `mutex_` is held.
   std::shared_ptr<FieldStore> findStore(const Placement& place, const Field& field,
                                         const std::string& typeName);
-  [[noreturn]] void refuse(const Placement& place, const std::string& reason) const;
   void requireType(const Placement& place, const std::string& held, const std::string& given) const;
   /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
   void claimTime(double time);
@@ -83,12 +77,6 @@ class BundleWriter : public FragmentSink {
   }
   /// What was loaded of the field from the file that is changed, or null.
   Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
-  /// The file for a field, and its path in there. \pre `mutex_` is held.
-  const OutputFile& fileFor(const Placement& place, LinkPath& path);
-  bool staysWhereItLies(const LinkPath& path, std::string& externalFile, LinkPath& inside);
-  const OutputFile& externalOutput(const std::string& target);
-  void linkExternal(const OutputFile& external, const std::string& reference, const LinkPath& path,
-                    const LinkPath& inside);
   void enqueue(Job job);
   void work();
   void workOff(std::deque<Job>& jobs, std::unique_lock<std::mutex>& lock);
@@ -100,16 +88,12 @@ class BundleWriter : public FragmentSink {
   void remember(std::exception_ptr error);
   void stopWorking();
   void flushStores();
-  template <class Visit>
-  void forEachOutput(Visit visit);
 
   StorageHandle storage_;
   bool tellCreators_;
-  bool existing_;
   std::size_t mostWaiting_;
-  OutputFile main_;
 
-  std::mutex mutex_;                    // guards the members below
+  std::mutex mutex_;                    // guards the members below, the main file's handle apart
   std::condition_variable handedOver_;  // wakes the writing thread
   std::condition_variable workedOff_;   // wakes callers
   std::deque<Job> jobs_;
@@ -118,13 +102,12 @@ class BundleWriter : public FragmentSink {
   bool working_ = false;
   bool ending_ = false;
   std::exception_ptr error_;
-  std::map<std::string, OutputFile> external_;
+  OutputFiles files_;
   std::unordered_map<std::string, std::shared_ptr<FieldStore>>
-      stores_;                                         // by their place in the bundle
-  Larder::StrongPtr<Placement> lastPlace_;             // what `storeOf` was asked for last
-  std::shared_ptr<FieldStore> lastStore_;              // and found
-  std::map<std::string, std::string> externalPlaces_;  // place in the bundle, by file and path
-  std::map<std::string, double> times_;                // by the names of their groups
+      stores_;                              // by their place in the bundle
+  Larder::StrongPtr<Placement> lastPlace_;  // what `storeOf` was asked for last
+  std::shared_ptr<FieldStore> lastStore_;   // and found
+  std::map<std::string, double> times_;     // by the names of their groups
 
   // Of the writing thread alone.
   std::size_t writtenBytes_ = 0;  // since the last `startBringing`

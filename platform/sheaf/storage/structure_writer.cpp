@@ -80,14 +80,14 @@ void StructureWriter::handOver(const Field& field, const Larder::StrongPtr<Fragm
   if (!creator) return;
   const MemBaseHandle array = creator->get();
   if (!array)
-    writer_.refuse(place, "the data of the fragment \"" + (fragment ? fragment->name() : "") +
-                              "\" can't be had");
+    writer_.files_.refuse(place, "the data of the fragment \"" +
+                                     (fragment ? fragment->name() : "") + "\" can't be had");
   writer_.store(place, field, fragment, creator, array, Larder::Cache::MemCache());
 }
 
 void StructureWriter::writeStructure(const Bundle& bundle) {
   {
-    Q8File& file = *writer_.main_.file;
+    Q8File& file = *writer_.file();
     const Hdf5Lock lock(file.state());
     const Id root = makeGroup(file, {});
     writeText(root, kFormatAttribute, kFormatName);
@@ -104,7 +104,7 @@ void StructureWriter::writeStructure(const Bundle& bundle) {
 
 void StructureWriter::writeSlice(double time, const Slice& slice) {
   const LinkPath path = {timeName(time)};
-  const Id group = makeGroup(*writer_.main_.file, path);
+  const Id group = makeGroup(*writer_.file(), path);
   writeNumbers(group, kTimeAttribute, &time, 1);
   writeAttributes(group, slice);
   unsigned long long index = 0;
@@ -113,7 +113,7 @@ void StructureWriter::writeSlice(double time, const Slice& slice) {
 }
 
 void StructureWriter::writeGrid(const LinkPath& path, const Grid& grid, unsigned long long index) {
-  Q8File& file = *writer_.main_.file;
+  Q8File& file = *writer_.file();
   const Id group = makeGroup(file, path);
   writeNumbers(group, kIndexAttribute, &index, 1);
   writeAttributes(group, grid);
