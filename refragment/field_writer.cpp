@@ -100,6 +100,7 @@ class FieldWriter {
     return static_cast<std::size_t>((turns - std::floor(turns)) * static_cast<double>(runs));
   }
 
+  /// Goes through the runs of a segment from number `start` on, and then through those before.
   template <class Targets>
   void distribute(const IndexLists::Segment& segment, std::size_t start, Targets& targets) {
     if (absent_[segment.source]) return;

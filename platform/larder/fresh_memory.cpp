@@ -17,8 +17,11 @@ constexpr std::size_t kWorthwhile = std::size_t{1} << 20;
 /// A thread is worth its start for so much.
 constexpr std::size_t kPerThread = std::size_t{16} << 20;
 constexpr std::size_t kMostThreads = 4;
-/// A multiple of the size of large pages on the machines that we know.
+/// The size of large pages on most machines.
 constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20;
+/// Less memory has room for one large page at most, and each stretch of them counts against the
+/// system's limit of mappings.
+constexpr std::uintptr_t kWorthLargePages = 2 * kLargePage;
 
 std::uintptr_t roundedUp(std::uintptr_t address, std::uintptr_t unit) {
   return (address + unit - 1) / unit * unit;
@@ -29,7 +32,7 @@ void bring(std::uintptr_t start, std::uintptr_t end) {
   [[maybe_unused]] auto* const first = reinterpret_cast<void*>(start);
 #ifdef MADV_HUGEPAGE
   // Large pages arrive, and go again, in a tenth of the time that their size in small ones takes.
-  madvise(first, end - start, MADV_HUGEPAGE);
+  if (end - start >= kWorthLargePages) madvise(first, end - start, MADV_HUGEPAGE);
 #endif
 #ifdef MADV_POPULATE_WRITE
   madvise(first, end - start, MADV_POPULATE_WRITE);

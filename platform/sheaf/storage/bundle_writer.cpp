@@ -78,6 +78,7 @@ void BundleWriter::store(const Placement& place, const Field& field,
   if (job.incoming.packed && job.bytes <= kSmallBytes && job.store->queued == 0) {
     write(job, true);
     throwFirstError();
+    startBringing(job.bytes);
     return;
   }
   if (job.isPlain && job.bytes > kSmallBytes)
@@ -237,8 +238,9 @@ void BundleWriter::write(Job& job, bool wanted) {
 /// Lets the system write to the disk while we compress, so that the end has little to wait for.
 void BundleWriter::startBringing(std::size_t bytes) {
   using namespace std::chrono_literals;
-  writtenBytes_ += bytes;
-  if (writtenBytes_ < kBringBytes) return;
+  if ((writtenBytes_ += bytes) < kBringBytes) return;
+  const std::unique_lock mine(bringingMutex_, std::try_to_lock);
+  if (!mine) return;
   if (bringing_.valid() && bringing_.wait_for(0s) != std::future_status::ready) return;
   writtenBytes_ = 0;
   std::vector<const PartialFile*> files;

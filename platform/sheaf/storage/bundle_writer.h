@@ -109,9 +109,9 @@ class BundleWriter : public FragmentSink {
   std::shared_ptr<FieldStore> lastStore_;   // and found
   std::map<std::string, double> times_;     // by the names of their groups
 
-  // Of the writing thread alone.
-  std::size_t writtenBytes_ = 0;  // since the last `startBringing`
-  std::future<void> bringing_;    // what that began
+  std::atomic<std::size_t> writtenBytes_{0};  // since the last `startBringing`
+  std::mutex bringingMutex_;
+  std::future<void> bringing_;  // what that began
   WorkPool pool_;
   std::thread thread_;
 };
