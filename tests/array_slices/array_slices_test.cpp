@@ -86,7 +86,7 @@ struct Numbers : Quilt::DataCreator<int> {
 TEST(Slices, OfComputedArraysComeFromTheirCreator) {
   Numbers numbers;
   MemArray<2, int> array(Quilt::Iterator<int>(), MultiIndex<2>(3, 4), &numbers, nullptr, nullptr);
-  for (const std::uint64_t row : {2, 3}) {
+  for (const std::uint64_t row : {2U, 3U}) {
     const MemBaseHandle slice = array.getSlice(row, nullptr);
     EXPECT_EQ((typed<1, int>(slice)[MultiIndex<1>(1)]), static_cast<int>(3 * row + 1));
     EXPECT_EQ((typed<1, int>(slice).creator), &numbers);

@@ -41,7 +41,7 @@ namespace {
 TEST(TriangulationMemory, IsNotAllocatedOnceItHasGrown) {
   std::vector<TestRings::Ring> rings;
   TestRings::Random random(3);
-  for (const std::size_t n : {4, 10, 50, 400, 3000, 9, 3500})
+  for (const std::size_t n : {4U, 10U, 50U, 400U, 3000U, 9U, 3500U})
     for (const auto& family : TestRings::families()) rings.push_back(family.make(random, n));
   std::vector<Quilt::Triangle> triangles;
   triangles.reserve(10'000);

@@ -13,7 +13,7 @@ using Recast::forEachInParallel;
 
 TEST(ParallelLoop, DoesEachNumberOnce) {
   for (const int threads : {0, 1, 2, 8, 1000000})
-    for (const std::uint64_t count : {0, 1, 3, 1000}) {
+    for (const std::uint64_t count : {0U, 1U, 3U, 1000U}) {
       std::vector<std::atomic<int>> done(count);
       forEachInParallel(threads, count, [&](std::uint64_t i) { ++done[i]; });
       for (const auto& times : done) ASSERT_EQ(times, 1);

@@ -111,7 +111,7 @@ TEST_F(ShiftedFloats, KeepNumbersThatAreNone) {
   EXPECT_TRUE(std::isnan((*back)[3].x()));
   EXPECT_EQ((*back)[3].y(), infinity);
   EXPECT_EQ((*back)[3].z(), -infinity);
-  for (const std::uint64_t i : {0, 1, 2, 4, 5})
+  for (const std::uint64_t i : {0U, 1U, 2U, 4U, 5U})
     for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR((*back)[i][c], (*points)[i][c], 0.001);
 }
 

@@ -169,7 +169,7 @@ TEST_F(Structure, ExtentsOfALoadedFileCostNoReading) {
     put(*target, "int", "f", sampleArray<1, int>({5}));
     put(*target, "int", "g", sampleArray<1, int>({5}, 100));
     const auto nan = sampleArray<1, float>({4});
-    for (const std::uint64_t i : {0, 3}) (*nan)[i] = std::nanf("");
+    for (const std::uint64_t i : {0U, 3U}) (*nan)[i] = std::nanf("");
     put(*target, "float", "f", nan);
     const auto large = sampleArray<1, unsigned long long>({2});
     (*large)[1] = kMost;
