@@ -1,5 +1,6 @@
 #include "recast/refragment/source_elements.h"
 
+#include <system_error>
 #include <utility>
 
 #include "recast/meadow/data_extent.h"
@@ -51,11 +52,16 @@ SourceElements::SourceElements(const Quilt::CreatorHandle& creator, const Descri
   const std::uint64_t size = sizeOf(creator);
   const bool isSmall = size < kWorthAThread;
   if (!isSmall) pieces_ = piecesOf(creator, type->TypeName);
-  if (pieces_)
+  if (pieces_) {
     inPieces_ = size;
-  else
-    whole_ = std::async(isSmall ? std::launch::deferred : std::launch::async,
-                        [creator, description] { return readWhole(creator, description); });
+    return;
+  }
+  const auto read = [creator, description] { return readWhole(creator, description); };
+  try {
+    whole_ = std::async(isSmall ? std::launch::deferred : std::launch::async, read);
+  } catch (const std::system_error&) {  // no thread to be had: whoever needs it first reads it
+    whole_ = std::async(std::launch::deferred, read);
+  }
 }
 
 SourceElements::Whole SourceElements::readWhole(const Quilt::CreatorHandle& creator,
