@@ -347,6 +347,16 @@ TEST_F(HostileFiles, WithADamagedBlockTellWhatTheyLost) {
   EXPECT_TRUE(console.contains("a.q8: read: a compressed block is damaged"));
 }
 
+TEST_F(HostileFiles, ThatGetShorterWhileTheyAreReadTellWhatTheyLost) {
+  put(*vertices(*boundBundle(file_)), "v", "f", sampleArray<1, double>({100'000}));
+  const auto loaded = loadBundle(file_);
+  ASSERT_TRUE(loaded);
+  std::filesystem::resize_file(file_, 500'000);
+  const ConsoleCapture console;
+  EXPECT_FALSE(get(*loaded, "v", "f"));
+  EXPECT_TRUE(console.contains("a.q8: read: the file ends before the data does"));
+}
+
 TEST_F(HostileFiles, OfFewBytesCannotMakeManyVisits) {
   if (!hasH5py()) GTEST_SKIP() << "there is no Python with h5py";
   // Ten links at each of five levels to the same group below: 100,000 ways to ten fields.
