@@ -2,20 +2,18 @@
 
 #include <algorithm>
 
-#include "recast/refragment/run_end.h"
-
 namespace Recast {
 
 SourceArrays::SourceArrays(const ParaBox& box, const std::string& fieldName,
                            const Quilt::Field& field, const std::type_info& element,
                            const std::vector<bool>& absent)
     : box_(box),
-      fieldName_(fieldName),
       sources_(box.SourceFragments.size()),
-      elements_(inOrder(field, element, absent)) {}
+      elements_(inOrder(fieldName, field, element, absent)) {}
 
 /// Counts the segments of the sources, and gives each its place in their order.
-std::vector<ElementsAhead::Source> SourceArrays::inOrder(const Quilt::Field& field,
+std::vector<ElementsAhead::Source> SourceArrays::inOrder(const std::string& fieldName,
+                                                         const Quilt::Field& field,
                                                          const std::type_info& element,
                                                          const std::vector<bool>& absent) {
   std::vector<ElementsAhead::Source> inOrder;
@@ -24,7 +22,7 @@ std::vector<ElementsAhead::Source> SourceArrays::inOrder(const Quilt::Field& fie
     if (absent[segment.source] || source.segments++ > 0) continue;
     source.place = inOrder.size();
     const auto& fragment = box_.SourceFragments[segment.source];
-    inOrder.push_back({field.getCreator(fragment), {fieldName_, fragment->name(), &element}});
+    inOrder.push_back({field.getCreator(fragment), {fieldName, fragment->name(), &element}});
   }
   return inOrder;
 }
@@ -35,11 +33,7 @@ SourceArrays::Use::Use(SourceArrays& arrays, const IndexLists::Segment& segment,
       source_(segment.source),
       handle_(arrays.elements_.get(arrays.sources_[source_].place)) {
   const std::uint64_t points = arrays_.box_.SourcePoints[source_];
-  if (handle_->size() != points)
-    throw RunEnd("field \"" + arrays_.fieldName_ + "\", fragment \"" +
-                 arrays_.box_.SourceFragments[source_]->name() + "\": there are " +
-                 std::to_string(handle_->size()) + " values for " + std::to_string(points) +
-                 " points");
+  handle_->requireSize(points);
   const std::uint64_t count =
       std::min<std::uint64_t>(IndexLists::kSegmentPoints, points - segment.firstPoint);
   elements_ = handle_->piece(segment.firstPoint, count, room);

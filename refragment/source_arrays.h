@@ -43,12 +43,12 @@ class SourceArrays {
     std::size_t place = 0;                   // in `elements_`
   };
 
-  std::vector<ElementsAhead::Source> inOrder(const Quilt::Field& field,
+  std::vector<ElementsAhead::Source> inOrder(const std::string& fieldName,
+                                             const Quilt::Field& field,
                                              const std::type_info& element,
                                              const std::vector<bool>& absent);
 
   const ParaBox& box_;
-  const std::string& fieldName_;
   std::vector<Source> sources_;
   ElementsAhead elements_;
 };

@@ -13,7 +13,8 @@ namespace {
 /// An array of fewer elements is read before another thread has woken up.
 constexpr std::uint64_t kWorthAThread = 4096;
 
-[[noreturn]] void refuse(const SourceElements::Description& description, const char* reason) {
+[[noreturn]] void refuse(const SourceElements::Description& description,
+                         const std::string& reason) {
   throw RunEnd("field \"" + description.field + "\", fragment \"" + description.fragment +
                "\": " + reason);
 }
@@ -78,6 +79,12 @@ SourceElements::Whole SourceElements::readWhole(const Quilt::CreatorHandle& crea
 
 std::uint64_t SourceElements::size() const {
   return pieces_ ? inPieces_ : whole_.get().bytes.size() / elementSize_;
+}
+
+void SourceElements::requireSize(std::uint64_t points) const {
+  if (size() != points)
+    refuse(description_, "there are " + std::to_string(size()) + " values for " +
+                             std::to_string(points) + " points");
 }
 
 const std::byte* SourceElements::piece(std::uint64_t first, std::uint64_t count,

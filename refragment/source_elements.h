@@ -31,6 +31,8 @@ class SourceElements {
 
   /// The number of elements. \throw RunEnd if they can't be read or are of another type.
   std::uint64_t size() const;
+  /// \throw RunEnd also if there are not as many elements as points.
+  void requireSize(std::uint64_t points) const;
   /// Elements in the order of memory. \pre there are `first` + `count` of them
   /// \param room is filled with them unless they are in memory.
   /// \throw RunEnd if they can't be read.
