@@ -56,7 +56,13 @@ int run(const Options& options) {
   const auto grid = (*(*bundle)[0.0])[options.grid];
   for (const std::string& file : options.files)
     if (const int status = importFile(file, options, *grid); status != 0) return status;
-  return bundle.save(options.output, nullptr, nullptr).number == 0 ? 0 : 8;
+  try {
+    bundle.save(options.output, nullptr, nullptr);
+    return 0;
+  } catch (const Quilt::StorageError& error) {
+    std::cerr << "recast: " << error.what() << "\n";
+    return 8;
+  }
 }
 
 }  // namespace

@@ -153,8 +153,8 @@ std::string runRefragmentation(const RefragmentationPlan& plan,
     for (const auto& id : plan.source->getGridIdentifiers())
       if (id->equal(plan.gridName))
         refragment(box, plan.source, gridAt(*plan.source, box.Time, id), output, plan.gridName);
-    // The release of the bundle would do it too, and could tell nobody but the console.
-    return output->complete().text;
+    output->complete();
+    return {};
   } catch (const RunEnd& end) {
     return end.what();
   } catch (const Quilt::StorageError& error) {

@@ -27,10 +27,11 @@ using StorageHandle = Larder::StrongPtr<StorageTransformations, Larder::Interfac
 
 /// Data in slices by time, in memory or bound to a `.q8` file.
 ///
-/// A bound bundle writes arrays while they are handed over, to a file beside its target; when the
-/// last handle to the bundle goes, the file is completed and takes the target's place in one step.
-/// Until then the target is untouched. If writing fails, the call that meets it throws
-/// `StorageError`, the release tells on the console, and the target stays as it was.
+/// A bound bundle writes arrays while they are handed over, to a file beside its target. `complete`
+/// finishes the file and moves it over the target in one step; until then the target is untouched.
+/// If writing fails, the call that meets it throws `StorageError` and the target stays as it was.
+/// The release of a bundle that is still bound completes the file too, but can report a failure on
+/// the console alone: call `complete` to know that the output is in place.
 ///
 /// Two bundles may be used in two threads at once; one bundle may not, but for what `Field` allows.
 ///
@@ -39,6 +40,8 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
  public:
   Bundle();
   ~Bundle() override;
+  Bundle(const Bundle&) = delete;
+  Bundle& operator=(const Bundle&) = delete;
   /// Completes the file that the bundle is bound to.
   void extremeUnction() override;
 
@@ -63,14 +66,21 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
       bool& ok, const Larder::StrongPtr<Larder::LoaderParameters>& parameters,
       const Larder::StrongPtr<Bundle>& into);
   /// Writes all that the bundle holds to a file of that name, as a bound bundle would.
-  BindResult save(const std::string& name, const ProgressHandle& progress,
-                  const StorageHandle& storage) const;
+  /// \throw StorageError if that fails; an existing file of that name is unchanged then.
+  void save(const std::string& name, const ProgressHandle& progress,
+            const StorageHandle& storage) const;
   /// Waits until everything handed over so far is written, and lets arrays that can be read again
   /// go from the cache. \throw StorageError if writing has failed.
   void sync();
-  /// Completes the file that the bundle is bound to, as its release would, and ends the binding:
-  /// what is handed over later stays in memory. For those who want to know whether it worked.
-  BindResult complete();
+  /// Completes the file that the bundle is bound to and ends the binding: what is handed over later
+  /// stays in memory. Does nothing for a bundle that isn't bound.
+  /// \throw StorageError if the file can't be completed; the target is unchanged then.
+  void complete();
+  /// Ends the binding without completing the file: the target stays as it was, and arrays that were
+  /// in the unfinished file alone are gone. Does nothing for a bundle that isn't bound.
+  void abandon();
+  /// The fragments handed to the file since the bundle was bound; 0 if it isn't bound.
+  std::size_t storedFragments() const;
 
   /// The slice at that time, made if missing. \pre `time` is a number
   Larder::StrongPtr<Slice> operator[](double time);
@@ -106,9 +116,9 @@ class RECAST_API BundlePtr : public Larder::StrongPtr<Bundle> {
 
   explicit operator bool() const { return rawptr() != nullptr && rawptr()->isValid(); }
   /// See `Bundle::save`.
-  BindResult save(const std::string& name, const ProgressHandle& progress,
-                  const StorageHandle& storage) const {
-    return (*this)->save(name, progress, storage);
+  void save(const std::string& name, const ProgressHandle& progress,
+            const StorageHandle& storage) const {
+    (*this)->save(name, progress, storage);
   }
 };
 

@@ -10,7 +10,6 @@ namespace {
 
 constexpr int kCannotBind = 1;
 constexpr int kBoundAlready = 2;
-constexpr int kCannotSave = 3;
 
 void reportMessage(const ProgressHandle& progress, const std::string& text) {
   if (progress) progress->reportMessage(text);
@@ -49,21 +48,28 @@ BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, b
   }
 }
 
-BindResult Bundle::complete() {
-  if (!writer_) return {};
+void Bundle::complete() {
+  if (!writer_) return;
   anchor_->setSink(nullptr);
   const auto writer = std::move(writer_);
-  try {
-    writer->complete(*this);
-    return {};
-  } catch (const std::exception& error) {
-    return {kCannotSave, error.what()};
-  }
+  writer->complete(*this);
+}
+
+void Bundle::abandon() {
+  anchor_->setSink(nullptr);
+  writer_.reset();
+}
+
+std::size_t Bundle::storedFragments() const {
+  return writer_ ? writer_->storedFragments() : 0;
 }
 
 void Bundle::extremeUnction() {
-  if (const BindResult result = complete(); result.number != 0)
-    Larder::Console() << result.text << "; the file was not completed.";
+  try {
+    complete();
+  } catch (const std::exception& error) {
+    Larder::Console() << error.what() << "; the file was not completed.";
+  }
 }
 
 Larder::StrongPtr<Bundle> Bundle::load(
@@ -89,16 +95,10 @@ Larder::StrongPtr<Bundle> Bundle::load(
   }
 }
 
-BindResult Bundle::save(const std::string& name, const ProgressHandle& progress,
-                        const StorageHandle& storage) const {
+void Bundle::save(const std::string& name, const ProgressHandle& progress,
+                  const StorageHandle& storage) const {
   reportMessage(progress, "Saving " + name);
-  try {
-    Storage::BundleWriter(name, storage, false, false).complete(*this);
-    return {};
-  } catch (const std::exception& error) {
-    Larder::Console() << error.what();
-    return {kCannotSave, error.what()};
-  }
+  Storage::BundleWriter(name, storage, false, false).complete(*this);
 }
 
 void Bundle::sync() {

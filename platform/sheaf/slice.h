@@ -16,6 +16,8 @@ class RECAST_API Slice : public Larder::ReferenceBase<Slice>, public Larder::Att
   using Entry = std::pair<Larder::StrongPtr<GridID>, Larder::StrongPtr<Grid>>;
 
   Slice(const Larder::StrongPtr<BundleAnchor>& anchor, double time);
+  Slice(const Slice&) = delete;
+  Slice& operator=(const Slice&) = delete;
 
   double time() const { return time_; }
   /// The grid of that name, made if missing.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -13,5 +14,9 @@ class RECAST_API StorageError : public std::runtime_error {
   StorageError(const std::string& file, const std::string& operation, const std::string& reason)
       : std::runtime_error(file + ": " + operation + ": " + reason) {}
 };
+
+/// Arrays that could not be read from their files since the process began; each was reported on the
+/// console. For hosts whose exit code is to say that a run lacked data.
+RECAST_API std::uint64_t failedReads();
 
 }  // namespace Quilt

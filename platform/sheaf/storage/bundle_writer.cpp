@@ -60,6 +60,7 @@ void BundleWriter::store(const Placement& place, const Field& field,
   if (!computed && array->getPtr() == nullptr && array->nElements() > 0) return;
   if (!computed && !hasAllElements(*array))
     files_.refuse(place, "its array has a shape that is larger than its memory");
+  ++storedFragments_;
   const bool isList = array->getType() == typeid(std::vector<unsigned int>);
   Job job;
   job.store = storeOf(place, field);

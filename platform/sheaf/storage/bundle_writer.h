@@ -41,6 +41,8 @@ class BundleWriter : public FragmentSink {
                 const CreatorHandle& creator) override;
   /// Waits until all arrays are in the file. \throw StorageError
   void drain();
+  /// Arrays taken so far.
+  std::size_t storedFragments() const { return storedFragments_; }
   /// Writes the structure and the tables of `bundle` and whatever data of it isn't in the file yet,
   /// and puts the file in its target's place. \throw StorageError; the target is untouched then.
   void complete(const Bundle& bundle);
@@ -109,6 +111,7 @@ class BundleWriter : public FragmentSink {
   std::shared_ptr<FieldStore> lastStore_;   // and found
   std::map<std::string, double> times_;     // by the names of their groups
 
+  std::atomic<std::size_t> storedFragments_{0};
   std::atomic<std::size_t> writtenBytes_{0};  // since the last `startBringing`
   std::mutex bringingMutex_;
   std::future<void> bringing_;  // what that began

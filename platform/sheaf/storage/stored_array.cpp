@@ -1,6 +1,7 @@
 #include "recast/sheaf/storage/stored_array.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "recast/larder/chunk.h"
 #include "recast/larder/console.h"
@@ -36,6 +37,8 @@ class StretchReader : public PieceReader {
   FileStretch stretch_;
   std::size_t elementSize_;
 };
+
+std::atomic<std::uint64_t> failures{0};
 
 ElementLayout layoutIn(const FieldPlace& place) {
   const auto type = QuiltTypeBase::find(place.typeName());
@@ -78,6 +81,7 @@ MemBaseHandle StoredArray::read() {
     Larder::Console() << place_->file().state().shownName << ": read " << place_->group() << "/"
                       << link_ << ": " << error.what();
   }
+  ++failures;
   return nullptr;
 }
 
@@ -203,3 +207,7 @@ MemBaseHandle StoredArray::readUniform() const {
 }
 
 }  // namespace Quilt::Storage
+
+std::uint64_t Quilt::failedReads() {
+  return Quilt::Storage::failures;
+}
