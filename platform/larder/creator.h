@@ -50,7 +50,14 @@ class RECAST_API CreatorBase : public Creature {
   /// is not expected to be asked for again.
   void letGo() {
     enableCaching(false);
-    if (const Handle data = present()) Cache::MemCache().drop(*data);
+    dropFromCache();
+  }
+  /// The same for the data that is in memory now: data made later is cached as before.
+  void dropFromCache() {
+    Handle data;  // released after the lock
+    const std::lock_guard lock(mutex_);
+    data = presentLocked();
+    if (data) cache_->drop(*data);
   }
   /// Without caching, data made from now on lives only as long as its user holds it.
   void enableCaching(bool on) {
@@ -74,10 +81,6 @@ class RECAST_API CreatorBase : public Creature {
     cache_ = &cache;
     std::swap(data, pinned_);
     if (data && caching_) cache.hold(data);
-  }
-  bool isPinned() const {
-    const std::lock_guard lock(mutex_);
-    return static_cast<bool>(pinned_);
   }
 
  private:

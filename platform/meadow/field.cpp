@@ -1,5 +1,7 @@
 #include "recast/meadow/field.h"
 
+#include <algorithm>
+
 #include "recast/larder/console.h"
 
 namespace Quilt {
@@ -80,7 +82,6 @@ CreatorHandle Field::setPersistentData(const MemBaseHandle& array,
   CreatorHandle former;  // destroyed outside the lock
   {
     const std::lock_guard lock(mutex_);
-    if (typeName_.empty()) typeName_ = array->typeIndex().TypeName;
     if (own) {
       if (creators_.size() < fragments_->NumberOfFragmentIDs())
         creators_.resize(fragments_->NumberOfFragmentIDs());
@@ -88,10 +89,26 @@ CreatorHandle Field::setPersistentData(const MemBaseHandle& array,
     } else {
       former = std::exchange(whole_, creator);
     }
+    if (typeName_ != creator->typeName() && !holdsOtherThan(creator->typeName()))
+      typeName_ = creator->typeName();
   }
   renewAge();
   handOver(own, creator, array, cache);
   return creator;
+}
+
+/// Whether some data of the field is of another type. \pre `mutex_` is held.
+bool Field::holdsOtherThan(const std::string& typeName) const {
+  const auto differs = [&](const CreatorHandle& creator) {
+    return creator && creator->typeName() != typeName;
+  };
+  if (differs(whole_) || std::any_of(creators_.begin(), creators_.end(), differs)) return true;
+  if (!source_) return false;
+  if (!whole_ && source_->makeWholeCreator()) return true;
+  const std::size_t count = fragments_ ? fragments_->NumberOfFragmentIDs() : 0;
+  for (std::uint32_t number = 0; number < count; ++number)
+    if ((number >= creators_.size() || !creators_[number]) && source_->holds(number)) return true;
+  return false;
 }
 
 void Field::handOver(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,

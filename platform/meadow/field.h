@@ -85,8 +85,10 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   /// Makes `array` the data of `fragment`, or the undivided data if that is null, in place of
   /// former data. An identifier of another collection counts by its name. In a bound bundle the
   /// array goes to the file under the bundle's rules. \param text where the data comes from, kept
-  /// as the attribute "Source"; empty for none. \return the creator of the data, null if `array`
-  /// is. \throw StorageError if writing has failed.
+  /// as the attribute "Source"; empty for none. The field takes the element type of the array when
+  /// all that it holds is of that type. \return the creator of the data, null if `array` is.
+  /// \throw StorageError if writing has failed, or in a bound bundle if the field holds data of
+  /// another type.
   CreatorHandle setPersistentData(const MemBaseHandle& array,
                                   const Larder::StrongPtr<FragmentID>& fragment,
                                   Larder::Cache& cache, const std::string& text);
@@ -150,6 +152,7 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   FragmentIDCollection& collection();
   Larder::StrongPtr<FragmentID> ownIdentifier(const Larder::StrongPtr<FragmentID>& fragment);
   CreatorHandle wholeCreator() const;
+  bool holdsOtherThan(const std::string& typeName) const;
   void handOver(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,
                 const MemBaseHandle& array, Larder::Cache& cache);
 

@@ -10,6 +10,7 @@
 namespace Quilt {
 
 class Field;
+class Grid;
 class Placement;
 
 /// Where the arrays of a bound bundle go. Implemented by the storage.
@@ -50,6 +51,7 @@ class RECAST_API BundleAnchor : public Larder::ReferenceBase<BundleAnchor> {
 class RECAST_API Placement : public Larder::ReferenceBase<Placement> {
  public:
   Larder::StrongPtr<BundleAnchor> Anchor;
+  Larder::WeakPtrImpl<Grid, Grid> GridHandle;
   double Time = 0.0;
   std::string GridName;
   SkeletonID Skeleton{0, 0};

@@ -50,8 +50,10 @@ DataRangeHandle rangeFor(const Field& field, const DataExtent& extent) {
 
 /// Gathers the range over the fragments that it visits.
 struct Gather : FragmentIterator {
-  Gather(bool again, bool known) : recompute(again), onlyKnown(known) {}
-  bool apply(const Larder::StrongPtr<FragmentID>&, const CreatorHandle& creator) override {
+  Gather(bool again, bool known, bool one)
+      : recompute(again), onlyKnown(known), ofOneFragment(one) {}
+  bool apply(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator) override {
+    if (!fragment && ofOneFragment) return true;
     const DataExtent extent = rangeOf(*creator, recompute, onlyKnown);
     if (extent.kind != DataExtent::Kind::Range) return true;
     if (total.kind == DataExtent::Kind::None) total = extent;
@@ -61,6 +63,7 @@ struct Gather : FragmentIterator {
   }
   bool recompute;
   bool onlyKnown;
+  bool ofOneFragment;
   DataExtent total;
 };
 
@@ -74,7 +77,7 @@ DataRangeHandle getRange(const Field& field, const Larder::StrongPtr<FragmentID>
 
 DataRangeHandle getRange(const Field& field, const std::string& fragmentName, bool recompute,
                          bool onlyKnown) {
-  Gather gather(recompute, onlyKnown);
+  Gather gather(recompute, onlyKnown, !fragmentName.empty());
   field.iterate(gather, [&fragmentName](const FragmentID& fragment) {
     return fragmentName.empty() || fragment.name() == fragmentName;
   });

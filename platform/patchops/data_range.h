@@ -29,6 +29,11 @@ using DataRangeHandle = Larder::StrongPtr<DataRangeBase>;
 RECAST_API DataRangeHandle getRange(const Field& field,
                                     const Larder::StrongPtr<FragmentID>& fragment, bool recompute,
                                     bool onlyKnown);
+/// The range of the undivided data.
+inline DataRangeHandle getRange(const Field& field, std::nullptr_t, bool recompute,
+                                bool onlyKnown) {
+  return getRange(field, Larder::StrongPtr<FragmentID>(), recompute, onlyKnown);
+}
 /// The same for the fragment of that name; the range over all data of the field for an empty name.
 RECAST_API DataRangeHandle getRange(const Field& field, const std::string& fragmentName,
                                     bool recompute, bool onlyKnown);

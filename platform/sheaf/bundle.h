@@ -47,9 +47,11 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
 
   /// Binds the bundle to a new file of that name, which replaces an existing one on completion.
   /// What the bundle holds already goes to the file too.
-  /// \return on failure a number and a text; the bundle is not valid from then on (`isValid`).
+  /// \return on failure a number and a text; a bundle that wasn't bound before is not valid from
+  /// then on (`isValid`).
   BindResult bindToNew(const std::string& name, const StorageHandle& storage = nullptr);
   /// Binds the bundle to an existing file and loads what that holds; what is added later joins it.
+  /// Data that the bundle holds already replaces that of the same names in the file.
   /// Works on a copy, so that the file stays whole until completion. A file that isn't there fails.
   BindResult bindTo(const std::string& name, const StorageHandle& storage = nullptr,
                     const ProgressHandle& progress = nullptr);
@@ -57,11 +59,13 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   bool isValid() const { return valid_; }
 
   /// Loads the structure of a file; arrays are read on request.
-  /// \param ok set to whether it worked; if not, the console tells why, and nothing has changed.
+  /// \param ok set to whether it worked; if not, the console reports why, and nothing has changed.
   /// \param parameters name one file, and say whether what is loaded joins `into`.
-  /// \param into the bundle to join; grids, fields and fragments of equal names become one, and
-  /// what it holds comes first. Null, or not to be joined, for a new bundle. \return the bundle
-  /// that holds the content; `into` on failure.
+  /// \param into the bundle to join; null, or not to be joined, for a new bundle. Slices, grids,
+  /// fields and fragments of equal names become one, and attributes that `into` has stay. A
+  /// fragment for which a field has data in the file and in `into` joins under a name of its own,
+  /// such as "scan_2", with all its data. \return the bundle that holds the content; `into` on
+  /// failure.
   static Larder::StrongPtr<Bundle> load(
       bool& ok, const Larder::StrongPtr<Larder::LoaderParameters>& parameters,
       const Larder::StrongPtr<Bundle>& into);

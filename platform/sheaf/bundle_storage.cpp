@@ -15,8 +15,9 @@ void reportMessage(const ProgressHandle& progress, const std::string& text) {
   if (progress) progress->reportMessage(text);
 }
 
-void readStructure(const Storage::FileHandle& file, Bundle& bundle) {
-  Storage::StructureLoader(file, bundle).load(Storage::StructureReader(*file).read());
+void readStructure(const Storage::FileHandle& file, Bundle& bundle,
+                   Storage::EqualNames onEqualNames) {
+  Storage::StructureLoader(file, bundle, onEqualNames).load(Storage::StructureReader(*file).read());
 }
 
 }  // namespace
@@ -38,7 +39,7 @@ BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, b
   if (writer_) return {kBoundAlready, "the bundle is bound to a file already"};
   try {
     const auto writer = Larder::makeStrong<Storage::BundleWriter>(name, storage, existing, true);
-    if (existing) readStructure(writer->file(), *this);
+    if (existing) readStructure(writer->file(), *this, Storage::EqualNames::KeepPresent);
     writer_ = writer;
     anchor_->setSink(writer);
     return {};
@@ -86,7 +87,7 @@ Larder::StrongPtr<Bundle> Bundle::load(
   try {
     const auto file = Larder::makeStrong<Storage::Q8File>(name, name, Storage::Q8File::Mode::Read);
     const auto bundle = into && parameters->merge() ? into : Larder::makeStrong<Bundle>();
-    readStructure(file, *bundle);
+    readStructure(file, *bundle, Storage::EqualNames::Rename);
     ok = true;
     return bundle;
   } catch (const std::exception& error) {
@@ -107,10 +108,8 @@ void Bundle::sync() {
 }
 
 void Bundle::dropFromCache() const {
-  auto& cache = Larder::Cache::MemCache();
-  const auto drop = [&cache](const CreatorHandle& creator) {
-    if (!creator || !creator->stored()) return;
-    if (const auto data = creator->present()) cache.drop(*data);
+  const auto drop = [](const CreatorHandle& creator) {
+    if (creator && creator->stored()) creator->dropFromCache();
   };
   for (const auto& [time, slice] : slices_)
     for (const auto& [gridID, grid] : *slice)

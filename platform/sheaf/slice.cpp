@@ -11,8 +11,10 @@ Larder::StrongPtr<Grid> Slice::operator[](const std::string& name) {
   place->Anchor = anchor_;
   place->Time = time_;
   place->GridName = name;
-  grids_.emplace_back(Larder::makeStrong<GridID>(name), Larder::makeStrong<Grid>(place));
-  return grids_.back().second;
+  const auto grid = Larder::makeStrong<Grid>(place);
+  place->GridHandle = grid;
+  grids_.emplace_back(Larder::makeStrong<GridID>(name), grid);
+  return grid;
 }
 
 Larder::StrongPtr<Grid> Slice::operator()(const std::string& name) const {

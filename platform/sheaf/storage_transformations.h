@@ -12,8 +12,9 @@ namespace Quilt {
 
 /// How the bytes of a dataset are filtered on their way to the file.
 struct RECAST_API FilterSettings {
-  int level = 0;        ///< 0 stores plainly; 1 (fast) to 12 (small) are the levels of libdeflate
-  bool shuffle = true;  ///< group the bytes of equal weight, which deflates better
+  /// 0 stores plainly; 1 (fast) to 12 (small) are the levels of libdeflate, after a shuffle that
+  /// groups the bytes of equal weight.
+  int level = 0;
 };
 
 /// The rules by which a bundle is written; a converter derives from it to make its own. All are

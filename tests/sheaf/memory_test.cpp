@@ -120,6 +120,8 @@ TEST_F(Threads, HandOverIntoOneBundleAndReadFromIt) {
           if (field == apart && i >= 200) continue;
           const auto fragment = field->getFragmentIDCollection()->findFragmentID(i);
           field->setPersistentData(array(i), fragment, Larder::Cache::MemCache(), "");
+          if (i % 3 == 0) field->letGo(fragment);
+          EXPECT_TRUE(field->hasData(fragment) && field->getCreatorByNumber(i));
           const std::uint32_t other = i / 2;
           const auto creator = field->getCreatorByNumber(other);
           EXPECT_TRUE(!creator || sameArrays(creator->get(), array(other)));

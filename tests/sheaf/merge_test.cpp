@@ -59,21 +59,59 @@ class Merge : public FileTest {
   ConsoleCapture console_;
 };
 
-TEST_F(Merge, NewFragmentsJoinAndOfEqualOnesTheFirstStays) {
+TEST_F(Merge, FragmentsOfEqualNamesJoinUnderNamesOfTheirOwn) {
   writeFile<int>(file_, {"x", "y"}, 1);
   writeFile<int>(other_, {"z", "y"}, 101);
   EXPECT_TRUE(loadInto(bundle_, file_));
   EXPECT_THAT(console_.messages(), ElementsAre());
   EXPECT_TRUE(loadInto(bundle_, other_));
-  EXPECT_THAT(console_.messages(),
-              ElementsAre(testing::HasSubstr("1 fragments of the field \"v\" have names that")));
-  EXPECT_THAT(contentOf(*bundle_), ElementsAre(Entry("x", 1), Entry("y", 11), Entry("z", 101)));
+  EXPECT_THAT(console_.messages(), ElementsAre(testing::HasSubstr("\"y\" as \"y_2\"")));
+  const auto isMerged =
+      ElementsAre(Entry("x", 1), Entry("y", 11), Entry("z", 101), Entry("y_2", 111));
+  EXPECT_THAT(contentOf(*bundle_), isMerged);
+  bundle_.save(folder_ / "c.q8", nullptr, nullptr);
+  EXPECT_THAT(contentOf(folder_ / "c.q8"), isMerged);
 
   bool ok = false;  // without the flag the file has a bundle of its own
   const auto loaded = Quilt::Bundle::load(
       ok, Larder::makeStrong<Larder::LoaderParameters>(stringList({other_}), false), bundle_);
   EXPECT_TRUE(ok && !(loaded == bundle_));
   EXPECT_THAT(contentOf(*loaded), ElementsAre(Entry("z", 101), Entry("y", 111)));
+}
+
+TEST_F(Merge, AFragmentKeepsTheDataOfItsFieldsTogether) {
+  // "y" has positions on both sides; only the file has a "w" of it. "x" complements the bundle's.
+  const auto write = [](const std::string& file, unsigned first, bool withW, bool lattice) {
+    const auto bundle = boundBundle(file);
+    const auto target = vertices(*bundle);
+    if (lattice) {
+      const auto names = Larder::makeStrong<Quilt::FragmentIDCollection>();
+      names->setFragmentNames<3>({2, 1, 1}, "");
+      target->makeField(target->makeFieldID("v"), names, nullptr);
+    }
+    const std::string x = lattice ? "[0x0x0]" : "x";
+    const std::string y = lattice ? "[1x0x0]" : "y";
+    if (!withW) put(*target, "v", x, ints(first));
+    put(*target, "v", y, ints(first + 1));
+    if (withW) put(*target, "w", x, ints(first + 2));
+    if (withW) put(*target, "w", y, ints(first + 3));
+  };
+  for (const bool lattice : {false, true}) {
+    SCOPED_TRACE(lattice);
+    const std::string x = lattice ? "[0x0x0]" : "x";
+    const std::string y = lattice ? "[1x0x0]" : "y";
+    write(file_, 1, false, lattice);
+    write(other_, 101, true, lattice);
+    const Quilt::BundlePtr bundle(new Quilt::Bundle);
+    EXPECT_TRUE(loadInto(bundle, file_) && loadInto(bundle, other_));
+    const auto isV = ElementsAre(Entry(x, 1), Entry(y, 2), Entry(y + "_2", 102));
+    const auto isW = ElementsAre(Entry(x, 103), Entry(y, -1), Entry(y + "_2", 104));
+    EXPECT_THAT(contentOf(*bundle, "v"), isV);
+    EXPECT_THAT(contentOf(*bundle, "w"), isW);
+    bundle.save(folder_ / "c.q8", nullptr, nullptr);
+    EXPECT_THAT(contentOf(folder_ / "c.q8", "v"), isV);
+    EXPECT_THAT(contentOf(folder_ / "c.q8", "w"), isW);
+  }
 }
 
 TEST_F(Merge, AnotherElementTypeIsLeftOut) {
@@ -99,11 +137,11 @@ TEST_F(Merge, FieldsFindTheirFragmentsWhateverTheirNumbers) {
   put(*vertices(*bundle_), "w", "q", ints(2));
   put(*vertices(*bundle_), "w", "other", ints(3));
   EXPECT_TRUE(loadInto(bundle_, file_));
-  EXPECT_THAT(contentOf(*bundle_, "v"),
-              UnorderedElementsAre(Entry("r", 1), Entry("p", 'p'), Entry("q", 'q')));
+  EXPECT_THAT(contentOf(*bundle_, "v"), UnorderedElementsAre(Entry("r", 1), Entry("p", 'p'),
+                                                             Entry("q_2", 'q'), Entry("r_2", 'r')));
   EXPECT_THAT(contentOf(*bundle_, "w"),
               UnorderedElementsAre(Entry("q", 2), Entry("other", 3), Entry("p", 1000 + 'p'),
-                                   Entry("r", 1000 + 'r')));
+                                   Entry("q_2", 1000 + 'q'), Entry("r_2", 1000 + 'r')));
 }
 
 TEST_F(Merge, ADamagedFileChangesNothing) {

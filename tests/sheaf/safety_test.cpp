@@ -3,11 +3,11 @@
 #include <thread>
 
 #include "sheaf/sample_data.h"
+#include "support/child_process.h"
 #include "support/console_capture.h"
 #include "support/program_run.h"
 #include <gmock/gmock.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 // No output is ever half there.
@@ -25,30 +25,6 @@ int firstValue(const std::string& file) {
   const auto loaded = loadBundle(file);
   const auto array = loaded ? get(*loaded, "v", "f").castTo<Quilt::MemArray<1, int>>() : nullptr;
   return array ? array->first() : -1;
-}
-
-/// Runs `work` in a process of its own, expectations included. \return its exit code, or 256 + the
-/// signal that ended it.
-template <class Work>
-int inChild(Work work) {
-  const pid_t child = fork();
-  if (child == 0) {
-    try {
-      work();
-    } catch (const std::exception& error) {
-      ADD_FAILURE() << error.what();
-    }
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFSIGNALED(status) ? 256 + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-/// From now on no file of this process can grow beyond that.
-void limitFiles(rlim_t bytes) {
-  const rlimit limit{bytes, bytes};
-  setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 using Target = FileTest;

@@ -236,8 +236,9 @@ TEST_F(Structure, RulesKeepOutWhatTheySay) {
     bool SkipStorage(const std::string& field) const override { return field == "skipped"; }
     bool isSaveableTime(double time) const override { return time < 1.0; }
     bool isSaveableField(const Quilt::FieldID& id, const Quilt::Field&,
-                         const Larder::WeakPtrImpl<Quilt::Grid>&, const std::string&, double,
-                         const std::string&, const Quilt::SkeletonID&) const override {
+                         const Larder::WeakPtrImpl<Quilt::Grid>& grid, const std::string& name,
+                         double, const std::string&, const Quilt::SkeletonID&) const override {
+      EXPECT_EQ(grid.lock()->name(), name);
       return id.name() != "unsaveable";
     }
     bool isSaveableFragment(const Quilt::FieldID&, const Quilt::FragmentID& f) const override {

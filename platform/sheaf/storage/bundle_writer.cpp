@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <system_error>
 
 #include "recast/sheaf/storage/link_names.h"
 #include "recast/sheaf/storage/structure_writer.h"
@@ -38,7 +39,10 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
       mostWaiting_(std::min(kMostWaiting, Larder::Cache::MemCache().budget())),
       files_(target, storage_, existing),
       pool_(workersFor(*storage_)) {
-  thread_ = std::thread([this] { work(); });
+  try {
+    thread_ = std::thread([this] { work(); });
+  } catch (const std::system_error&) {  // `enqueue` writes in the caller's thread then
+  }
 }
 
 BundleWriter::~BundleWriter() {
@@ -57,7 +61,8 @@ void BundleWriter::store(const Placement& place, const Field& field,
   if (!type) return;  // no element type of files: it stays in memory
   requireType(place, type->TypeName, array->typeIndex().TypeName);
   const bool computed = array.castTo<UniformCartesianArray>() != nullptr;
-  if (!computed && array->getPtr() == nullptr && array->nElements() > 0) return;
+  if (!computed && array->getPtr() == nullptr && array->nElements() > 0)
+    files_.refuse(place, "its array has no memory");
   if (!computed && !hasAllElements(*array))
     files_.refuse(place, "its array has a shape that is larger than its memory");
   ++storedFragments_;
@@ -100,7 +105,7 @@ bool BundleWriter::isWanted(const Placement& place, const Field& field,
                             const FragmentID* fragment) const {
   const FieldID id(place.FieldName);
   return !storage_->SkipStorage(place.FieldName) && storage_->isSaveableTime(place.Time) &&
-         storage_->isSaveableField(id, field, nullptr, place.GridName, place.Time,
+         storage_->isSaveableField(id, field, place.GridHandle, place.GridName, place.Time,
                                    place.RepresentationName, place.Skeleton) &&
          (fragment == nullptr || storage_->isSaveableFragment(id, *fragment));
 }
@@ -124,9 +129,12 @@ std::shared_ptr<FieldStore> BundleWriter::storeOf(const Placement& place, const 
   if (lastPlace_.rawptr() == &place && lastStore_->belongsTo(field) &&
       lastStore_->typeName() == typeName)
     return lastStore_;
-  lastStore_ = findStore(place, field, typeName);
-  lastPlace_ = field.placement();
-  return lastStore_;
+  const auto store = findStore(place, field, typeName);
+  if (const auto own = field.placement(); own.rawptr() == &place) {
+    lastStore_ = store;
+    lastPlace_ = own;
+  }
+  return store;
 }
 
 std::shared_ptr<FieldStore> BundleWriter::findStore(const Placement& place, const Field& field,
@@ -140,20 +148,24 @@ std::shared_ptr<FieldStore> BundleWriter::findStore(const Placement& place, cons
       return present;
     // Another field has taken the place, or the first data came after the field was first looked
     // at.
-    const auto fresh = std::make_shared<FieldStore>(present->file(), present->path(), typeName,
-                                                    field, loadedFrom(field), tellCreators_, pool_);
+    const auto fresh =
+        std::make_shared<FieldStore>(present->file(), present->path(), typeName, field,
+                                     loadedFrom(field, key), tellCreators_, pool_);
     fresh->expectOthers();
     return found->second = fresh;
   }
   const FileHandle& file = files_.fileFor(place, path);
-  return stores_[key] = std::make_shared<FieldStore>(file, path, typeName, field, loadedFrom(field),
-                                                     tellCreators_, pool_);
+  return stores_[key] = std::make_shared<FieldStore>(file, path, typeName, field,
+                                                     loadedFrom(field, key), tellCreators_, pool_);
 }
 
-Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field) const {
+Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field,
+                                                        const std::string& path) const {
   for (auto source = field.source(); source; source = source->former()) {
     auto loaded = source.castTo<LoadedField>();
-    if (loaded && &loaded->place()->file() == file().rawptr()) return loaded;
+    // A field may stand in several places; only one of them is where it was loaded from.
+    if (loaded && &loaded->place()->file() == file().rawptr() && loaded->place()->group() == path)
+      return loaded;
   }
   return nullptr;
 }
@@ -181,6 +193,11 @@ void BundleWriter::waitUntil(std::unique_lock<std::mutex>& lock, Condition condi
 }
 
 void BundleWriter::enqueue(Job job) {
+  if (!thread_.joinable()) {
+    process(job, true);
+    throwFirstError();
+    return;
+  }
   std::unique_lock lock(mutex_);
   waitUntil(lock, [&] {
     return error_ || waitingBytes_ == 0 || waitingBytes_ + job.bytes <= mostWaiting_;
@@ -213,14 +230,20 @@ void BundleWriter::workOff(std::deque<Job>& jobs, std::unique_lock<std::mutex>& 
     lock.unlock();
     Job& job = jobs.front();
     const std::size_t bytes = job.bytes;
-    write(job, wanted);
-    --job.store->queued;
-    job = Job{};
-    if (wanted) startBringing(bytes);
+    process(job, wanted);
     lock.lock();
     waitingBytes_ -= bytes;
     if (waitingCallers_ > 0) workedOff_.notify_all();
   }
+}
+
+/// Writes a job that was queued, and releases what it holds.
+void BundleWriter::process(Job& job, bool wanted) {
+  const std::size_t bytes = job.bytes;
+  write(job, wanted);
+  --job.store->queued;
+  job = Job{};
+  if (wanted) startBringing(bytes);
 }
 
 void BundleWriter::write(Job& job, bool wanted) {
@@ -231,6 +254,7 @@ void BundleWriter::write(Job& job, bool wanted) {
       job.incoming.prepared =
           prepare(job.incoming.array, job.incoming.rules, job.incoming.packed, nullptr);
     job.store->store(job.incoming);
+    job.store->file()->requireWritten();
   } catch (...) {
     remember(std::current_exception());
   }
@@ -250,9 +274,12 @@ void BundleWriter::startBringing(std::size_t bytes) {
     files = files_.partialFiles();
   }
   // It takes as long as to write, and is nothing to wait for.
-  bringing_ = std::async(std::launch::async, [files = std::move(files)] {
-    for (const PartialFile* file : files) file->startBringing();
-  });
+  try {
+    bringing_ = std::async(std::launch::async, [files = std::move(files)] {
+      for (const PartialFile* file : files) file->startBringing();
+    });
+  } catch (const std::system_error&) {  // no thread: the end waits for the disk a little longer
+  }
 }
 
 void BundleWriter::remember(std::exception_ptr error) {
@@ -262,6 +289,14 @@ void BundleWriter::remember(std::exception_ptr error) {
 
 void BundleWriter::throwFirstError() {
   const std::lock_guard lock(mutex_);
+  if (!error_) {
+    // Small arrays reach the file some time after they were written, through HDF5's own buffers.
+    try {
+      files_.requireWritten();
+    } catch (...) {
+      error_ = std::current_exception();
+    }
+  }
   if (error_) std::rethrow_exception(error_);
 }
 
@@ -281,7 +316,10 @@ void BundleWriter::flushStores() {
     for (const auto& [key, store] : stores_) stores.push_back(store);
   }
   try {
-    for (const auto& store : stores) store->flush();
+    for (const auto& store : stores) {
+      store->flush();
+      store->file()->requireWritten();
+    }
   } catch (...) {
     remember(std::current_exception());
     throw;
@@ -303,8 +341,11 @@ void BundleWriter::complete(const Bundle& bundle) {
   writer.handOverMissing(bundle);
   drain();
   writer.writeStructure(bundle);
-  lastStore_ = nullptr;
-  stores_.clear();
+  {
+    const Hdf5Lock lock(file()->state());  // what can't be closed is noted for the file
+    lastStore_ = nullptr;
+    stores_.clear();
+  }
   files_.complete();
 }
 

@@ -77,13 +77,14 @@ class BundleWriter : public FragmentSink {
     const std::lock_guard lock(mutex_);
     claimTime(time);
   }
-  /// What was loaded of the field from the file that is changed, or null.
-  Larder::StrongPtr<LoadedField> loadedFrom(const Field& field) const;
+  /// What was loaded of the field from that path of the file that is changed, or null.
+  Larder::StrongPtr<LoadedField> loadedFrom(const Field& field, const std::string& path) const;
   void enqueue(Job job);
   void work();
   void workOff(std::deque<Job>& jobs, std::unique_lock<std::mutex>& lock);
   template <class Condition>
   void waitUntil(std::unique_lock<std::mutex>& lock, Condition condition);
+  void process(Job& job, bool wanted);
   void write(Job& job, bool wanted);
   void startBringing(std::size_t bytes);
   void throwFirstError();

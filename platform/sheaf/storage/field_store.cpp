@@ -41,7 +41,7 @@ FieldStore::FieldStore(const FileHandle& file, LinkPath path, std::string typeNa
       loaded_(loaded),
       tellsCreators_(tellsCreators),
       pool_(pool),
-      place_(Larder::makeStrong<FieldPlace>(file_, groupPath_, typeName_)) {
+      place_(Larder::makeStrong<FieldPlace>(file_, groupPath_, typeName_, &pool)) {
   const Hdf5Lock lock(file_->state());
   if (const auto type = QuiltTypeBase::find(typeName_)) layout_ = layoutOf(*type);
   mayHoldOthers_ = findGroup(*file_, path_).valid();
@@ -62,8 +62,11 @@ bool FieldStore::holdsDataOf(const Field& field, std::int64_t number) const {
   const CreatorHandle creator = madeCreator(field, number);
   const auto stored = creator ? creator->stored().castTo<StoredArray>() : nullptr;
   const std::lock_guard lock(mutex_);
-  if (const StoredHandle fresh = written(number))
-    return creator && (!tellsCreators_ || stored == fresh);
+  if (const StoredHandle fresh = written(number)) {
+    if (!creator || !tellsCreators_ || stored == fresh) return static_cast<bool>(creator);
+    const auto copy = copies_.find(number);
+    return copy != copies_.end() && copy->second.lock() == creator;
+  }
   if (released_ && number != FragmentRow::kUndivided &&
       released_->keeps(static_cast<std::uint32_t>(number)))
     return !creator || (stored && stored->place() == place_);
@@ -91,8 +94,21 @@ FieldStore::StoredHandle FieldStore::remember(const Incoming& incoming, const st
   const std::size_t index = incoming.fragment ? incoming.fragment->number() + std::size_t{1} : 0;
   if (released_ && incoming.fragment) released_->remove(incoming.fragment->number());
   if (written_.size() <= index) written_.resize(index + 1);
+  const std::int64_t number = static_cast<std::int64_t>(index) - 1;
+  if (isToldElsewhere(*incoming.creator))
+    copies_[number] = incoming.creator;
+  else
+    copies_.erase(number);
   written_[index] = Larder::makeStrong<StoredArray>(place_, link, data);
   return written_[index];
+}
+
+/// Whether the creator reads its data from another place in the bundle's files: of a field that
+/// stands in several grids or slices.
+bool FieldStore::isToldElsewhere(const CreativeArrayBase& creator) const {
+  const auto stored = creator.stored().castTo<StoredArray>();
+  return stored &&
+         (stored->place()->writer() == &pool_ || &stored->place()->file() == file_.rawptr());
 }
 
 void FieldStore::store(Incoming& incoming) {
@@ -100,7 +116,7 @@ void FieldStore::store(Incoming& incoming) {
   data.setSize(incoming.array->getSize());
   if (incoming.packed && writePacked(incoming, data)) return;
   const std::string link = fragmentLink(incoming.fragment.rawptr());
-  removeFormer(link);
+  removeFormer(incoming, link);
   if (incoming.prepared)
     writeDataset(link, incoming, data);
   else if (layout_.isList)
@@ -112,12 +128,22 @@ void FieldStore::store(Incoming& incoming) {
     const std::lock_guard lock(mutex_);
     stored = remember(incoming, link, data);
   }
-  if (tellsCreators_) incoming.creator->setStored(stored, *incoming.cache);
+  if (tellsCreators_ && !isToldElsewhere(*incoming.creator))
+    incoming.creator->setStored(stored, *incoming.cache);
 }
 
-void FieldStore::removeFormer(const std::string& link) {
+void FieldStore::removeFormer(const Incoming& incoming, const std::string& link) {
+  {
+    const std::lock_guard lock(mutex_);
+    const StoredHandle former =
+        written(incoming.fragment ? incoming.fragment->number() : FragmentRow::kUndivided);
+    StoredArray* const array = former.rawptr();
+    if (array != nullptr && array->data().lie != Lie::Packed) array->noteReplaced();
+  }
   const Hdf5Lock lock(file_->state());
-  if (hasLink(group(), link)) removeLink(group(), link);
+  if (!hasLink(group(), link)) return;
+  if (loaded_) loaded_->place()->noteReplaced(link);
+  removeLink(group(), link);
 }
 
 void FieldStore::removeOthers(std::vector<std::string> used) {
@@ -170,7 +196,7 @@ bool FieldStore::writePacked(Incoming& incoming, DataPlace& data) {
   packed_->append(image.bytes);
   noteExtent(*incoming.creator, incoming.prepared->extent());
   const StoredHandle stored = remember(incoming, std::string(), data);
-  if (tellsCreators_)
+  if (tellsCreators_ && !isToldElsewhere(*incoming.creator))
     waiting_.push_back({incoming.creator, stored, incoming.cache, packed_->elements()});
   tellWaiting();
   return true;
@@ -201,28 +227,41 @@ std::vector<FieldStore::Waiting>::iterator FieldStore::waitingEntry(const Stored
   return std::find_if(entry, waiting_.end(), [&](const Waiting& w) { return w.stored == stored; });
 }
 
+/// Makes what was released the source of the field, before anything is released: a look-up in
+/// another thread finds a fragment with its creator or in the source at every moment.
+void FieldStore::ensureSource(Field& field) {
+  const std::lock_guard lock(sourceMutex_);
+  {
+    const std::lock_guard guard(mutex_);
+    if (released_) return;
+  }
+  const auto released =
+      Larder::makeStrong<ReleasedFragments>(place_, weak_from_this(), field.source());
+  field.setSource(released, typeName_);
+  const std::lock_guard guard(mutex_);
+  released_ = released;
+}
+
 bool FieldStore::release(Field& field, std::uint32_t number, const CreatorHandle& creator) {
-  const auto source = field.source();
-  bool isFirst = false;
   {
     const std::lock_guard lock(mutex_);
     const StoredHandle stored = written(number);
     if (!stored || stored->data().lie != Lie::Packed || creator->hasInterfaces()) return false;
-    const auto own = waitingEntry(stored);
-    const bool waits = own != waiting_.end();
-    if (waits ? own->creator != creator : creator->stored() != stored) return false;
-    FragmentRow row;
-    row.number = number;
-    row.data = stored->data();
-    if (!noteKnown(*creator, row).attributes().empty()) return false;
-    isFirst = !released_;
-    if (isFirst)
-      released_ = Larder::makeStrong<ReleasedFragments>(place_, weak_from_this(), source);
-    released_->keep(number, row);
-    written_[number + std::size_t{1}].reset();
-    if (waits) waiting_.erase(own);
   }
-  if (isFirst) field.setSource(released_, typeName_);
+  ensureSource(field);
+  const std::lock_guard lock(mutex_);
+  const StoredHandle stored = written(number);
+  if (!stored || stored->data().lie != Lie::Packed) return false;
+  const auto own = waitingEntry(stored);
+  const bool waits = own != waiting_.end();
+  if (waits ? own->creator != creator : creator->stored() != stored) return false;
+  FragmentRow row;
+  row.number = number;
+  row.data = stored->data();
+  if (!noteKnown(*creator, row).attributes().empty()) return false;
+  released_->keep(number, row);
+  written_[number + std::size_t{1}].reset();
+  if (waits) waiting_.erase(own);
   return true;
 }
 

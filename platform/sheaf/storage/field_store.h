@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -76,8 +77,10 @@ class FieldStore : public std::enable_shared_from_this<FieldStore> {
   bool writePacked(Incoming& incoming, DataPlace& data);
   void writeLists(const std::string& link, const Incoming& incoming, DataPlace& data);
   void writeUniform(const std::string& link, const Incoming& incoming, DataPlace& data);
-  void removeFormer(const std::string& link);
+  void removeFormer(const Incoming& incoming, const std::string& link);
   StoredHandle remember(const Incoming& incoming, const std::string& link, const DataPlace& data);
+  bool isToldElsewhere(const CreativeArrayBase& creator) const;
+  void ensureSource(Field& field);
   StoredHandle written(std::int64_t number) const;
   void tellWaiting();
 
@@ -106,7 +109,12 @@ class FieldStore : public std::enable_shared_from_this<FieldStore> {
   std::unique_ptr<PackedDataset> packed_;
   std::vector<Waiting> waiting_;       // by ascending ends
   std::vector<StoredHandle> written_;  // by running number + 1, the undivided data first
+  // Of what was written, by number: the creators that read their data from another place.
+  std::map<std::int64_t, Larder::WeakPtrImpl<CreativeArrayBase, Larder::Creature>> copies_;
   Larder::StrongPtr<ReleasedFragments> released_;
+
+  std::mutex
+      sourceMutex_;  // held while the field gets `released_` as its source; before the others
 };
 
 }  // namespace Quilt::Storage

@@ -9,6 +9,16 @@
 
 namespace Quilt::Storage {
 
+int openAboveStreams(const char* path, int flags, unsigned mode) {
+  const int descriptor = open(path, flags | O_CLOEXEC, mode);
+  if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+  const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  close(descriptor);
+  errno = error;
+  return moved;
+}
+
 bool readAt(int descriptor, std::uint64_t address, std::span<std::byte>& target) {
   while (!target.empty()) {
     const ssize_t got =

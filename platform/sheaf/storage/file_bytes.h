@@ -6,6 +6,11 @@
 
 namespace Quilt::Storage {
 
+/// Opens a file as `open` does, but never as one of the standard streams: where one of those is
+/// closed, a message would go into the file. Closed on `exec`. \return -1, with the reason in
+/// `errno`, if that failed.
+int openAboveStreams(const char* path, int flags, unsigned mode);
+
 /// Reads the bytes from `address` on, as far as the file has them.
 /// \param target becomes what was not filled.
 /// \return false, with the reason in `errno`, if reading failed.

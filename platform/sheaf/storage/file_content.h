@@ -30,6 +30,14 @@ struct IdentifierContent {
   std::optional<MultiIndex<3>> lattice;  ///< tells the names, with `prefix`; else `names` does
   std::string prefix;
   std::vector<std::string> names;
+
+  /// The name of the fragment of that number in the file, which is below `count`.
+  std::string nameOf(std::size_t number) const {
+    if (!lattice) return names[number];
+    const MultiIndex<3>& n = *lattice;
+    return prefix +
+           to_string(MultiIndex<3>(number % n[0], number / n[0] % n[1], number / n[0] / n[1]));
+  }
 };
 
 struct FieldContent {

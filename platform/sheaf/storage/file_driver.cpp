@@ -42,10 +42,11 @@ herr_t failed() {
   return -1;
 }
 
-herr_t writeFailed(OpenFile& file) {
+/// Notes the first failure; for HDF5 the write has succeeded.
+herr_t swallowFailedWrite(OpenFile& file) {
   int none = 0;
   file.state->writeError.compare_exchange_strong(none, errno);
-  return failed();
+  return 0;
 }
 
 void* infoOf(H5FD_t* file) {
@@ -73,7 +74,7 @@ H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr
   if ((flags & H5F_ACC_CREAT) != 0) mode |= O_CREAT;
   if ((flags & H5F_ACC_EXCL) != 0) mode |= O_EXCL;
   // Without waiting for the other end, should the name be a pipe's.
-  const int descriptor = open(name, mode | O_CLOEXEC | O_NONBLOCK, 0666);
+  const int descriptor = openAboveStreams(name, mode | O_NONBLOCK, 0666);
   struct stat status {};
   if (descriptor < 0 || fstat(descriptor, &status) < 0 || !S_ISREG(status.st_mode)) {
     if (descriptor >= 0) {
@@ -149,7 +150,7 @@ herr_t writeBytes(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t address, size_t size,
   OpenFile& open = self(file);
   if (open.state->writeError.load() != 0) return 0;
   if (!writeAt(open.descriptor, address, {static_cast<const std::byte*>(buffer), size}))
-    return writeFailed(open);
+    return swallowFailedWrite(open);
   open.size = std::max(open.size, address + size);
   return 0;
 }
@@ -158,7 +159,8 @@ herr_t truncateFile(H5FD_t* file, hid_t, hbool_t) {
   OpenFile& open = self(file);
   if (open.allocated == open.size || open.state->writeError.load() != 0) return 0;
   const FileSizeSignalBlocked blocked;
-  if (ftruncate(open.descriptor, static_cast<off_t>(open.allocated)) < 0) return writeFailed(open);
+  if (ftruncate(open.descriptor, static_cast<off_t>(open.allocated)) < 0)
+    return swallowFailedWrite(open);
   open.size = open.allocated;
   return 0;
 }

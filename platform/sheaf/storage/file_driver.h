@@ -12,14 +12,17 @@ namespace Quilt::Storage {
 struct FileState {
   std::string shownName;           ///< the name that users know the file by
   std::atomic<int> writeError{0};  ///< `errno` of the first write that failed
+  /// Whether HDF5 could not close an object of the file.
+  mutable std::atomic<bool> closingFailed{false};
 };
 
 /// Makes `accessProperties` open files through our driver, which reports to `state`.
 ///
-/// The driver writes and reads as the standard one does, with three differences. It opens no file
-/// but one of HDF5's checksummed form. It keeps the system's reason for a failure. And once writing
-/// has failed, it swallows all further writes: the file is lost anyway, and HDF5 can't let go of a
-/// file whose caches it can't flush.
+/// The driver writes and reads as the standard one does, with these differences. It opens no file
+/// but one of HDF5's checksummed form, and never as one of the standard streams. It keeps the
+/// system's reason for a failure. And a write that fails is reported to HDF5 as done, as are all
+/// later ones: the file is lost anyway, and HDF5 can't release a file whose caches it can't flush.
+/// Whoever writes has to ask `FileState::writeError` whether the bytes reached the file.
 ///
 /// Files that HDF5 finds behind external links are opened by a copy of the properties of the file
 /// that holds the link, and one open file may serve several users of HDF5; hence the shared state.

@@ -27,7 +27,8 @@ std::optional<FileStretch> FileStretch::of(const Q8File& file, hid_t dataset, hi
   checked(H5Fget_intent(holder, &intent), "look at a dataset");
   void* handle = nullptr;
   checked(H5Fget_vfd_handle(holder, H5P_DEFAULT, &handle), "look at a dataset");
-  const int descriptor = fcntl(*static_cast<const int*>(handle), F_DUPFD_CLOEXEC, 0);
+  const int descriptor =
+      fcntl(*static_cast<const int*>(handle), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (descriptor < 0) return std::nullopt;
   return FileStretch(file.state().shownName, descriptor, address, intent != H5F_ACC_RDONLY);
 }

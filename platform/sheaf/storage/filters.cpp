@@ -1,9 +1,12 @@
 #include "recast/sheaf/storage/filters.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
-#include <map>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <utility>
 
 #include <libdeflate.h>
 
@@ -24,19 +27,45 @@ void unshuffleFixed(const std::byte* source, std::size_t count, std::byte* targe
     for (std::size_t b = 0; b < Size; ++b) target[i * Size + b] = source[b * count + i];
 }
 
-struct Compressors {
-  struct Release {
-    void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
+/// libdeflate's working memory, kept for the next use. Never destroyed, and not per thread: bundles
+/// of static lifetime filter after the main thread's own objects have been destroyed.
+template <class Worker, void (*Release)(Worker*)>
+class WorkerPool {
+ public:
+  struct Deleter {
+    void operator()(Worker* worker) const { Release(worker); }
   };
-  std::map<int, std::unique_ptr<libdeflate_compressor, Release>> byLevel;
+  using Handle = std::unique_ptr<Worker, Deleter>;
 
-  libdeflate_compressor* get(int level) {
-    auto& compressor = byLevel[level];
-    if (!compressor) compressor.reset(libdeflate_alloc_compressor(level));
-    if (!compressor) throw std::bad_alloc();
-    return compressor.get();
+  /// \param make gives a new worker, or null without memory. \throw std::bad_alloc
+  template <class Make>
+  Handle take(Make make) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!free_.empty()) {
+        Handle worker = std::move(free_.back());
+        free_.pop_back();
+        return worker;
+      }
+    }
+    Handle worker(make());
+    if (!worker) throw std::bad_alloc();
+    return worker;
   }
+  void giveBack(Handle worker) {
+    const std::lock_guard lock(mutex_);
+    free_.push_back(std::move(worker));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<Handle> free_;
 };
+
+constexpr int kMaxLevel = 12;
+
+using CompressorPool = WorkerPool<libdeflate_compressor, libdeflate_free_compressor>;
+using DecompressorPool = WorkerPool<libdeflate_decompressor, libdeflate_free_decompressor>;
 
 }  // namespace
 
@@ -71,24 +100,26 @@ void unshuffle(std::span<const std::byte> source, std::size_t elementSize, std::
 }
 
 std::vector<std::byte> deflated(std::span<const std::byte> source, int level) {
-  thread_local Compressors compressors;
+  static auto* pools = new std::array<CompressorPool, kMaxLevel + 1>;
+  CompressorPool& pool = (*pools)[static_cast<std::size_t>(std::clamp(level, 1, kMaxLevel))];
+  auto compressor = pool.take([level] { return libdeflate_alloc_compressor(level); });
   std::vector<std::byte> stream(source.size());
-  const std::size_t size = libdeflate_zlib_compress(compressors.get(level), source.data(),
-                                                    source.size(), stream.data(), stream.size());
+  const std::size_t size = libdeflate_zlib_compress(compressor.get(), source.data(), source.size(),
+                                                    stream.data(), stream.size());
+  pool.giveBack(std::move(compressor));
   stream.resize(size);
   stream.shrink_to_fit();
   return stream;
 }
 
 bool inflate(std::span<const std::byte> source, std::span<std::byte> target) {
-  struct Release {
-    void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
-  };
-  thread_local std::unique_ptr<libdeflate_decompressor, Release> decompressor(
-      libdeflate_alloc_decompressor());
-  if (!decompressor) throw std::bad_alloc();
-  return libdeflate_zlib_decompress(decompressor.get(), source.data(), source.size(), target.data(),
-                                    target.size(), nullptr) == LIBDEFLATE_SUCCESS;
+  static auto* pool = new DecompressorPool;
+  auto decompressor = pool->take(libdeflate_alloc_decompressor);
+  const bool inflated =
+      libdeflate_zlib_decompress(decompressor.get(), source.data(), source.size(), target.data(),
+                                 target.size(), nullptr) == LIBDEFLATE_SUCCESS;
+  pool->giveBack(std::move(decompressor));
+  return inflated;
 }
 
 }  // namespace Quilt::Storage

@@ -1,9 +1,8 @@
 #include "recast/sheaf/storage/hdf5_calls.h"
 
+#include <atomic>
 #include <cstring>
 #include <mutex>
-#include <utility>
-#include <vector>
 
 #include "recast/larder/console.h"
 
@@ -16,11 +15,17 @@ std::recursive_mutex& processLock() {
   return *mutex;
 }
 
+// Trivially destructible: the main thread may still need them while statics are destroyed.
 thread_local const FileState* currentFile = nullptr;
-thread_local std::vector<std::string> messages;
+thread_local Hdf5Lock* outermostLock = nullptr;
 
-void tellMessages() {
-  for (const std::string& message : std::exchange(messages, {})) Larder::Console() << message;
+std::atomic<std::uint64_t> closeFailures{0};
+
+void initialise() {
+  // Must come before every other call. If the host has initialised HDF5 itself, its exit handler
+  // stays.
+  static_cast<void>(H5dont_atexit());
+  static_cast<void>(H5open());
 }
 
 herr_t firstMessage(unsigned, const H5E_error2_t* error, void* text) {
@@ -31,26 +36,50 @@ herr_t firstMessage(unsigned, const H5E_error2_t* error, void* text) {
 
 }  // namespace
 
-Hdf5Lock::Hdf5Lock(const FileState& file) : outer_(currentFile) {
-  processLock().lock();
-  currentFile = &file;
-  if (outer_ != nullptr) return;
-  lastSystemError() = 0;
+QuietHdf5::QuietHdf5() {
   H5Eget_auto2(H5E_DEFAULT, &print_, &printData_);
   H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
 }
 
+QuietHdf5::~QuietHdf5() {
+  H5Eset_auto2(H5E_DEFAULT, print_, printData_);
+}
+
+Hdf5Lock::Hdf5Lock(const FileState& file) : outerFile_(currentFile), outermost_(outermostLock) {
+  processLock().lock();
+  currentFile = &file;
+  if (outermost_ != nullptr) return;
+  static const bool initialised = (initialise(), true);
+  static_cast<void>(initialised);
+  outermostLock = outermost_ = this;
+  lastSystemError() = 0;
+  quiet_.emplace();
+}
+
 Hdf5Lock::~Hdf5Lock() {
-  currentFile = outer_;
-  if (outer_ == nullptr) H5Eset_auto2(H5E_DEFAULT, print_, printData_);
+  currentFile = outerFile_;
+  if (outermost_ == this) {
+    outermostLock = nullptr;
+    quiet_.reset();
+  }
   processLock().unlock();
-  if (outer_ == nullptr && !messages.empty()) tellMessages();
+  for (const std::string& message : messages_) Larder::Console() << message;
 }
 
 void Id::close(hid_t id) noexcept {
   const std::lock_guard lock(processLock());
+  std::optional<QuietHdf5> quiet;
+  if (outermostLock == nullptr) quiet.emplace();
   // A file that was closed took its objects' identifiers with it.
-  if (H5Iis_valid(id) > 0) H5Idec_ref(id);
+  if (H5Iis_valid(id) <= 0 || H5Idec_ref(id) >= 0) return;
+  if (currentFile != nullptr)
+    currentFile->closingFailed = true;
+  else
+    ++closeFailures;
+}
+
+std::uint64_t unassignedFailures() {
+  return closeFailures;
 }
 
 std::string lockedFileName() {
@@ -58,7 +87,7 @@ std::string lockedFileName() {
 }
 
 void tellAfterLock(const std::string& message) {
-  messages.push_back(lockedFileName() + ": " + message);
+  outermostLock->messages_.push_back(lockedFileName() + ": " + message);
 }
 
 void fail(const std::string& operation) {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <hdf5.h>
 
@@ -11,9 +14,25 @@
 /// HDF5 behind one lock and with checked results. No header outside this folder includes it.
 namespace Quilt::Storage {
 
+/// While it lives HDF5 prints no errors of its own. The caller holds the lock.
+class QuietHdf5 {
+ public:
+  QuietHdf5();
+  ~QuietHdf5();
+  QuietHdf5(const QuietHdf5&) = delete;
+  QuietHdf5& operator=(const QuietHdf5&) = delete;
+
+ private:
+  H5E_auto2_t print_ = nullptr;
+  void* printData_ = nullptr;
+};
+
 /// Holds the one lock around all HDF5 calls of the process, which the library needs as packaged,
-/// and names the file that errors are told of. Meanwhile HDF5 prints no errors of its own. May be
-/// nested.
+/// and names the file that errors are reported for. Meanwhile HDF5 prints no errors of its own. May
+/// be nested.
+///
+/// The first lock of the process initialises HDF5 without its exit handler, so that bundles of
+/// static lifetime can complete their files after `main` has returned.
 class Hdf5Lock {
  public:
   explicit Hdf5Lock(const FileState& file);
@@ -22,9 +41,12 @@ class Hdf5Lock {
   Hdf5Lock& operator=(const Hdf5Lock&) = delete;
 
  private:
-  const FileState* outer_;
-  H5E_auto2_t print_ = nullptr;
-  void* printData_ = nullptr;
+  friend void tellAfterLock(const std::string& message);
+
+  const FileState* outerFile_;
+  Hdf5Lock* outermost_;
+  std::optional<QuietHdf5> quiet_;     // of the outermost lock
+  std::vector<std::string> messages_;  // of the outermost lock
 };
 
 /// Throws `StorageError` for the file of the innermost lock, with the system's reason if there is
@@ -34,8 +56,9 @@ class Hdf5Lock {
 /// The name of the file of the innermost lock.
 std::string lockedFileName();
 
-/// Tells `message` on the console once the outermost lock of this thread is gone, preceded by the
-/// name of the file: what receives messages may wait for another thread that waits for the lock.
+/// Reports `message` on the console once the outermost lock of this thread is released, preceded by
+/// the name of the file: what receives messages may wait for another thread that waits for the
+/// lock. The caller holds the lock.
 void tellAfterLock(const std::string& message);
 
 /// The result of an HDF5 call, if it isn't negative.
@@ -46,7 +69,13 @@ Result checked(Result result, const char* operation, const std::string& object =
   return result;
 }
 
-/// Owns an HDF5 identifier. It may go with or without the lock held, as an exception leaves it.
+/// Objects that could not be closed and whose file is not known, since the process began.
+std::uint64_t unassignedFailures();
+
+/// Owns an HDF5 identifier. It may be closed with or without the lock held, as an exception leaves
+/// it. If closing fails, what HDF5 held back may be missing from the file: that is noted for the
+/// file of the lock (`FileState::closingFailed`) or, without a lock, for all files
+/// (`unassignedFailures`).
 class Id {
  public:
   Id() = default;

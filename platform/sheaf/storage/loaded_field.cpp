@@ -1,14 +1,20 @@
 #include "recast/sheaf/storage/loaded_field.h"
 
 #include "recast/sheaf/storage/fragment_creators.h"
+#include "recast/sheaf/storage/link_names.h"
 
 namespace Quilt::Storage {
 
 LoadedField::LoadedField(const Larder::StrongPtr<FieldPlace>& place,
                          const Larder::StrongPtr<FragmentIDCollection>& fragments,
                          FragmentTable table, const FragmentNumbers& numbers,
+                         std::shared_ptr<const IdentifierContent> inFile,
                          const Larder::StrongPtr<FieldSource>& former)
-    : place_(place), fragments_(fragments), former_(former), table_(std::move(table)) {
+    : place_(place),
+      fragments_(fragments),
+      inFile_(std::move(inFile)),
+      former_(former),
+      table_(std::move(table)) {
   rowOf_.resize(fragments_->NumberOfFragmentIDs());
   for (std::size_t i = 0; i < table_.size(); ++i) {
     if (!table_.hasData(i)) continue;
@@ -44,8 +50,13 @@ CreatorHandle LoadedField::makeCreator(std::uint32_t number) {
   if (former_)
     if (CreatorHandle creator = former_->makeCreator(number)) return creator;
   const auto row = rowOf(number);
-  return row ? creatorOf(place_, fragmentLink(fragments_->findFragmentID(number).rawptr()), *row)
-             : nullptr;
+  return row ? creatorOf(place_, linkOf(number, *row), *row) : nullptr;
+}
+
+/// The link of the fragment's data, which has the fragment's name in the file.
+std::string LoadedField::linkOf(std::uint32_t number, const FragmentRow& row) const {
+  if (!inFile_) return fragmentLink(fragments_->findFragmentID(number).rawptr());
+  return escapedName(inFile_->nameOf(static_cast<std::size_t>(row.number)));
 }
 
 CreatorHandle LoadedField::makeWholeCreator() {

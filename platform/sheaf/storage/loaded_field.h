@@ -1,9 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <vector>
 
 #include "recast/meadow/field.h"
+#include "recast/sheaf/storage/file_content.h"
 #include "recast/sheaf/storage/stored_array.h"
 
 namespace Quilt::Storage {
@@ -31,10 +33,12 @@ class LoadedField : public FieldSource {
  public:
   /// \param fragments the field's identifiers, which name the fragments' data.
   /// \param table its numbers are within those that `numbers` takes.
+  /// \param inFile the fragments' names in the file; null if they are those of `fragments`.
   /// \param former what other files hold of the field; theirs comes first. May be null.
   LoadedField(const Larder::StrongPtr<FieldPlace>& place,
               const Larder::StrongPtr<FragmentIDCollection>& fragments, FragmentTable table,
-              const FragmentNumbers& numbers, const Larder::StrongPtr<FieldSource>& former);
+              const FragmentNumbers& numbers, std::shared_ptr<const IdentifierContent> inFile,
+              const Larder::StrongPtr<FieldSource>& former);
 
   CreatorHandle makeCreator(std::uint32_t number) override;
   CreatorHandle makeWholeCreator() override;
@@ -49,8 +53,11 @@ class LoadedField : public FieldSource {
   bool supplies(std::int64_t number) const;
 
  private:
+  std::string linkOf(std::uint32_t number, const FragmentRow& row) const;
+
   Larder::StrongPtr<FieldPlace> place_;
   Larder::StrongPtr<FragmentIDCollection> fragments_;
+  std::shared_ptr<const IdentifierContent> inFile_;
   Larder::StrongPtr<FieldSource> former_;
   FragmentTable table_;
   std::vector<std::uint32_t> rowOf_;  // by running number: the row's place + 1, 0 for none

@@ -61,10 +61,24 @@ void OutputFiles::complete() {
     output.file->close();
     output.partial->bringToDisk();
   });
-  forEach([](OutputFile& output) {
-    output.partial->putInPlace();
-    output.file->movedTo(output.partial->target());
-  });
+  std::vector<PartialFile*> placed;
+  try {
+    for (const auto& [name, output] : external_) {
+      output.partial->putInPlaceKeepingFormer();
+      placed.push_back(output.partial.get());
+    }
+    main_.partial->putInPlace();
+  } catch (...) {
+    for (PartialFile* partial : placed) partial->takeBack();
+    throw;
+  }
+  for (PartialFile* partial : placed) partial->dropFormer();
+  forEach([](OutputFile& output) { output.file->movedTo(output.partial->target()); });
+}
+
+void OutputFiles::requireWritten() const {
+  for (const auto& [name, output] : external_) output.file->requireWritten();
+  main_.file->requireWritten();
 }
 
 void OutputFiles::refuse(const Placement& place, const std::string& reason) const {

@@ -29,9 +29,10 @@ class OutputFiles {
   /// \throw StorageError also if the place there is that of another field.
   const FileHandle& fileFor(const Placement& place, LinkPath& path);
   std::vector<const PartialFile*> partialFiles() const;
+  /// \throw StorageError if something that was written to one of the files did not reach it.
+  void requireWritten() const;
   /// Closes all files, brings them to the disk and puts them in their targets' places.
-  /// \throw StorageError; then no file that was there before is changed, unless the disk failed
-  /// between two of them.
+  /// \throw StorageError; the files that were there before are in their places then.
   void complete();
 
   [[noreturn]] void refuse(const Placement& place, const std::string& reason) const;

@@ -1,6 +1,7 @@
 #include "recast/sheaf/storage/partial_file.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <vector>
@@ -12,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "recast/sheaf/storage/file_bytes.h"
 #include "recast/sheaf/storage/file_size_signal.h"
 #include "recast/sheaf/storage_error.h"
 
@@ -22,12 +24,27 @@ namespace {
   throw StorageError(name, operation, std::strerror(error));
 }
 
-/// The file that a name stands for, behind links; the name itself if there is nothing yet.
+/// The file that a name stands for, behind symbolic links, whether it exists or not; absolute.
 std::string resolved(const std::string& name) {
+  constexpr int kMaxLinks = 40;
   std::error_code error;
-  if (!std::filesystem::is_symlink(name, error)) return name;
-  const auto real = std::filesystem::weakly_canonical(name, error);
-  return error ? name : real.string();
+  std::filesystem::path path = std::filesystem::absolute(name, error);
+  if (error) path = name;
+  for (int links = 0; std::filesystem::is_symlink(path, error); ++links) {
+    if (links == kMaxLinks) failWith(name, "create", ELOOP);
+    const auto next = std::filesystem::read_symlink(path, error);
+    if (error) failWith(name, "create", error.value());
+    path = path.parent_path() / next;
+  }
+  return path.string();
+}
+
+/// The name, if it can be one of a file. \throw StorageError
+const std::string& requireName(const std::string& name) {
+  if (name.empty()) throw StorageError("(no name)", "create", "the file name is empty");
+  if (name.find('\0') != std::string::npos)
+    throw StorageError(name.c_str(), "create", "the file name holds a NUL byte");
+  return name;
 }
 
 struct Descriptor {
@@ -41,15 +58,14 @@ void syncFolder(const std::string& file) {
   std::string folder = std::filesystem::path(file).parent_path().string();
   if (folder.empty()) folder = ".";
   const Descriptor descriptor{open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-  // Some file systems can't sync folders; the file itself is safe by then.
+  // The file is in its place, whether or not the folder can be synced.
   if (descriptor.value >= 0) static_cast<void>(fsync(descriptor.value));
 }
 
 }  // namespace
 
 PartialFile::PartialFile(const std::string& target, bool copyTarget)
-    : shownName_(target), target_(resolved(target)), path_(target_ + ".partial") {
-  if (target.empty()) throw StorageError("(no name)", "create", "the file name is empty");
+    : shownName_(target), target_(resolved(requireName(target))), path_(target_ + ".partial") {
   struct stat status {};
   const bool exists = stat(target_.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode))
@@ -70,12 +86,13 @@ PartialFile::PartialFile(const std::string& target, bool copyTarget)
 
 PartialFile::~PartialFile() {
   if (!inPlace_) unlink(path_.c_str());
+  if (formerDescriptor_ >= 0) close(formerDescriptor_);
   close(descriptor_);
 }
 
 void PartialFile::lock() {
   for (;;) {
-    descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    descriptor_ = openAboveStreams(path_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, 0666);
     if (descriptor_ < 0) failWith(shownName_, "create", errno);
     if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
       close(descriptor_);
@@ -98,7 +115,7 @@ void PartialFile::lock() {
 }
 
 void PartialFile::copyContent() {
-  const Descriptor source{open(target_.c_str(), O_RDONLY | O_CLOEXEC)};
+  const Descriptor source{openAboveStreams(target_.c_str(), O_RDONLY, 0)};
   if (source.value < 0) failWith(shownName_, "open", errno);
   if (ioctl(descriptor_, FICLONE, source.value) == 0) return;
   const FileSizeSignalBlocked blocked;
@@ -131,6 +148,47 @@ void PartialFile::putInPlace() {
   if (rename(path_.c_str(), target_.c_str()) != 0) failWith(shownName_, "replace", errno);
   inPlace_ = true;
   syncFolder(target_);
+}
+
+void PartialFile::putInPlaceKeepingFormer() {
+  struct stat status {};
+  if (stat(target_.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+    // The lock keeps other writers off while the former file stands at our name.
+    formerDescriptor_ = openAboveStreams(target_.c_str(), O_RDONLY, 0);
+    static_cast<void>(flock(formerDescriptor_, LOCK_EX | LOCK_NB));
+    // The two change names in one step, where the file system can.
+    if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.c_str(), RENAME_EXCHANGE) == 0) {
+      former_ = path_;
+      inPlace_ = true;
+      syncFolder(target_);
+      return;
+    }
+    const std::string kept = target_ + ".former";
+    unlink(kept.c_str());  // of a killed process
+    if (link(target_.c_str(), kept.c_str()) == 0) former_ = kept;
+  }
+  try {
+    putInPlace();
+  } catch (...) {
+    dropFormer();
+    throw;
+  }
+}
+
+void PartialFile::takeBack() noexcept {
+  if (!inPlace_) return;
+  if (former_.empty()) {
+    unlink(target_.c_str());
+  } else if (rename(former_.c_str(), target_.c_str()) != 0) {
+    return;  // both files are still there
+  }
+  former_.clear();
+  syncFolder(target_);
+}
+
+void PartialFile::dropFormer() noexcept {
+  if (!former_.empty()) unlink(former_.c_str());
+  former_.clear();
 }
 
 }  // namespace Quilt::Storage

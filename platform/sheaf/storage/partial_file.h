@@ -7,7 +7,9 @@ namespace Quilt::Storage {
 /// A file that is written beside its target and takes the target's place in one step.
 ///
 /// The file is called `<target>.partial`; a lock on it keeps a second writer of the same target
-/// off, and ends with the process. A leftover of a killed process is replaced.
+/// off, and ends with the process. A leftover of a killed process is replaced. A target that is a
+/// symbolic link stays one: the file that it leads to is replaced, or made if it is missing. Names
+/// are taken relative to the working directory at construction.
 class PartialFile {
  public:
   /// Makes the empty file, or with `copyTarget` one with the content of the target (sharing its
@@ -29,6 +31,13 @@ class PartialFile {
   void bringToDisk();
   /// Puts the file, whose content is on the disk, in the target's place. \throw StorageError
   void putInPlace();
+  /// The same, keeping the target's former file until `dropFormer`, so that `takeBack` can restore
+  /// it. \throw StorageError
+  void putInPlaceKeepingFormer();
+  /// Undoes `putInPlaceKeepingFormer`: the former file is in its place again, or no file if there
+  /// was none.
+  void takeBack() noexcept;
+  void dropFormer() noexcept;
 
  private:
   void lock();
@@ -37,7 +46,9 @@ class PartialFile {
   std::string shownName_;
   std::string target_;
   std::string path_;
+  std::string former_;  // where the target's former file is kept; empty if it isn't
   int descriptor_ = -1;
+  int formerDescriptor_ = -1;
   bool inPlace_ = false;
 };
 

@@ -1,6 +1,7 @@
 #include "recast/sheaf/storage/q8_file.h"
 
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,8 +47,18 @@ void requireForm(const std::string& path, const std::string& shownName) {
 Q8File::Q8File(std::string path, std::string shownName, Mode mode)
     : path_(std::move(path)), state_(std::make_shared<FileState>()) {
   state_->shownName = std::move(shownName);
+  if (path_.find('\0') != std::string::npos)
+    throw StorageError(state_->shownName.c_str(), "open", "the file name holds a NUL byte");
+  const std::string given = path_;
+  std::error_code error;
+  path_ = std::filesystem::absolute(given, error).string();  // the working directory may change
+  if (error) path_ = given;
   const Hdf5Lock lock(*state_);
   id_ = open(mode);
+  if (writingFailed()) {
+    id_ = Id();
+    fail(mode == Mode::Create ? "create" : "open");
+  }
   identity_ = identityOnDisk();
 }
 
@@ -85,10 +96,17 @@ void Q8File::failWriting(int error) {
   throw StorageError(state_->shownName, "write", std::strerror(error));
 }
 
+void Q8File::requireWritten() const {
+  if (const int error = state_->writeError; error != 0)
+    throw StorageError(state_->shownName, "write", std::strerror(error));
+  if (writingFailed())
+    throw StorageError(state_->shownName, "write", "a part of the file could not be closed");
+}
+
 void Q8File::flush() {
   const Hdf5Lock lock(*state_);
   checked(H5Fflush(id(), H5F_SCOPE_GLOBAL), "write");
-  if (writingFailed()) fail("write");
+  requireWritten();
 }
 
 void Q8File::close() {
@@ -96,7 +114,7 @@ void Q8File::close() {
   if (!id_.valid()) return;
   flush();
   abandon();
-  if (writingFailed()) fail("close");
+  requireWritten();
   identity_ = identityOnDisk();
 }
 

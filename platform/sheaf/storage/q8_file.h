@@ -26,7 +26,12 @@ class Q8File : public Larder::ReferenceBase<Q8File> {
   /// The HDF5 identifier; opens the file for reading if it is closed. The caller holds the lock.
   /// \throw StorageError if that fails, or if the path holds another file by now.
   hid_t id();
-  bool writingFailed() const { return state_->writeError.load() != 0; }
+  bool writingFailed() const {
+    return state_->writeError != 0 || state_->closingFailed ||
+           unassignedFailures() != failuresBefore_;
+  }
+  /// \throw StorageError if something that was written did not reach the file.
+  void requireWritten() const;
   /// Notes that what was written past HDF5 has failed: the file is lost, as when HDF5 itself meets
   /// a failure. \param error of `errno`. \throw StorageError always
   [[noreturn]] void failWriting(int error);
@@ -58,6 +63,7 @@ class Q8File : public Larder::ReferenceBase<Q8File> {
   std::shared_ptr<FileState> state_;
   Id id_;
   Identity identity_;
+  std::uint64_t failuresBefore_ = unassignedFailures();
 };
 
 using FileHandle = Larder::StrongPtr<Q8File>;

@@ -66,8 +66,26 @@ std::string fragmentLink(const FragmentID* fragment) {
   return fragment == nullptr ? kUndividedLink : escapedName(fragment->name());
 }
 
+void FieldPlace::noteReplaced(const std::string& link) {
+  const std::lock_guard lock(mutex_);
+  replaced_.insert(link);
+}
+
+bool FieldPlace::isReplaced(const std::string& link) const {
+  const std::lock_guard lock(mutex_);
+  return replaced_.contains(link);
+}
+
+bool StoredArray::isReplaced() const {
+  return replaced_ || place_->isReplaced(link_);
+}
+
 MemBaseHandle StoredArray::read() {
   try {
+    place_->file().requireWritten();
+    if (isReplaced())
+      throw StorageError(place_->file().state().shownName, "read " + place_->group() + "/" + link_,
+                         "other data has replaced it");
     switch (data_.lie) {
       case Lie::Dataset: return readDataset();
       case Lie::Packed: return readPacked();
@@ -120,7 +138,7 @@ StoredArray::OpenNumbers StoredArray::openNumbers() const {
 }
 
 std::unique_ptr<PieceReader> StoredArray::openPieces() {
-  if (data_.lie != Lie::Dataset || data_.shifted != 0) return nullptr;
+  if (data_.lie != Lie::Dataset || data_.shifted != 0 || isReplaced()) return nullptr;
   Q8File& file = place_->file();
   try {
     const Hdf5Lock lock(file.state());

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 
 #include "recast/meadow/creative_array.h"
@@ -16,8 +18,16 @@ namespace Quilt::Storage {
 /// Where the data of one field lies: shared by its fragments.
 class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
  public:
-  FieldPlace(const FileHandle& file, std::string group, std::string typeName)
-      : file_(file), group_(std::move(group)), typeName_(std::move(typeName)) {}
+  /// \param writer identifies who writes the data; null for what was loaded.
+  FieldPlace(const FileHandle& file, std::string group, std::string typeName,
+             const void* writer = nullptr)
+      : file_(file), group_(std::move(group)), typeName_(std::move(typeName)), writer_(writer) {}
+
+  const void* writer() const { return writer_; }
+  /// Notes that other data has taken the place of that link's, so that nobody reads it as the
+  /// former.
+  void noteReplaced(const std::string& link);
+  bool isReplaced(const std::string& link) const;
 
   Q8File& file() const { return *file_; }
   /// The path of the field's group.
@@ -30,8 +40,11 @@ class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
   FileHandle file_;
   std::string group_;
   std::string typeName_;
+  const void* writer_;
   std::once_flag readerMade_;
   std::unique_ptr<PackedReader> reader_;
+  mutable std::mutex mutex_;  // guards the replaced links
+  std::set<std::string> replaced_;
 };
 
 /// One fragment's array in a file.
@@ -44,6 +57,8 @@ class StoredArray : public StoredFragment {
   MemBaseHandle read() override;
   DynamicSize size() const override { return data_.size(); }
   std::unique_ptr<PieceReader> openPieces() override;
+  /// Notes that other data has taken the place: whoever kept the creator must not read that.
+  void noteReplaced() { replaced_ = true; }
   const DataPlace& data() const { return data_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 
@@ -61,6 +76,7 @@ class StoredArray : public StoredFragment {
   MemBaseHandle readPacked() const;
   MemBaseHandle readLists() const;
   MemBaseHandle readUniform() const;
+  bool isReplaced() const;
   [[noreturn]] void damaged() const;
   /// A new array of the field's type and the fragment's shape.
   MemBaseHandle emptyArray() const;
@@ -69,6 +85,7 @@ class StoredArray : public StoredFragment {
   Larder::StrongPtr<FieldPlace> place_;
   std::string link_;
   DataPlace data_;
+  std::atomic<bool> replaced_{false};
 };
 
 /// The link of a fragment's data below its field's group; the undivided data is called "@data".

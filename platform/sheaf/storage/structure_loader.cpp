@@ -1,5 +1,7 @@
 #include "recast/sheaf/storage/structure_loader.h"
 
+#include <set>
+
 #include "recast/larder/console.h"
 #include "recast/perch/bounding_box.h"
 
@@ -14,15 +16,35 @@ void giveTriple(FragmentID& fragment, const FragmentRow& row, const std::uint64_
   FragmentLocation<3, Property>::make(fragment) = MultiIndex<3>(triple[0], triple[1], triple[2]);
 }
 
-CollectionHandle latticeOf(const IdentifierContent& content) {
-  if (!content.lattice) return nullptr;
+CollectionHandle newCollection(const IdentifierContent& content) {
   auto collection = Larder::makeStrong<FragmentIDCollection>();
-  collection->setFragmentNames<3>(*content.lattice, content.prefix);
+  if (content.lattice) collection->setFragmentNames<3>(*content.lattice, content.prefix);
   return collection;
 }
 
-bool isSameLattice(const FragmentIDCollection& a, const FragmentIDCollection& b) {
-  return a.latticeSize() == b.latticeSize() && a.latticePrefix() == b.latticePrefix();
+/// Whether the collection has the identifiers of a lattice under the same numbers.
+bool isSameLattice(const IdentifierContent& content, const FragmentIDCollection& collection) {
+  return content.lattice && DynamicSize(*content.lattice) == collection.latticeSize() &&
+         content.prefix == collection.latticePrefix();
+}
+
+bool holdsData(const Field& field, const std::string& fragment) {
+  const auto fragments = field.getFragmentIDCollection();
+  return fragments && field.hasData(fragments->findFragmentIDByName(fragment));
+}
+
+/// Calls `visit` with the names of the fragments of which the file has data in a field.
+template <class Visit>
+void forEachFragmentWithData(const RepresentationContent& content, Visit visit) {
+  std::map<std::string, const IdentifierContent*> donors;
+  for (const FieldContent& field : content.fields) {
+    if (field.donor.empty()) donors[field.name] = &field.identifiers;
+    const IdentifierContent& identifiers =
+        *donors.at(field.donor.empty() ? field.name : field.donor);
+    for (std::size_t i = 0; i < field.table.size(); ++i)
+      if (field.table.hasData(i) && field.table.number(i) != FragmentRow::kUndivided)
+        visit(field, identifiers.nameOf(static_cast<std::size_t>(field.table.number(i))));
+  }
 }
 
 /// The numbers of the identifiers that stand for those of the file, which are numbered up to
@@ -79,16 +101,52 @@ void StructureLoader::loadRepresentation(const RepresentationContent& content,
   content.attributes.giveTo(representation);
   // What the bundle holds already of this representation shares its identifiers with what is added.
   const auto shared = representation.findSharedFragments();
+  const Renames renames =
+      onEqualNames_ == EqualNames::Rename ? renamesFor(content, representation) : Renames();
   Donors donors;
-  for (const FieldContent& field : content.fields) loadField(field, representation, shared, donors);
+  for (const FieldContent& field : content.fields)
+    loadField(field, representation, shared, renames, donors);
+}
+
+/// Names for the fragments of the file of which a field has data on both sides. A fragment means
+/// the same for all fields, so that all its data gets the new name.
+StructureLoader::Renames StructureLoader::renamesFor(const RepresentationContent& content,
+                                                     const Representation& representation) const {
+  Renames renames;
+  forEachFragmentWithData(content, [&](const FieldContent& inFile, const std::string& name) {
+    const auto field = representation.findField(inFile.name);
+    if (field && holdsData(*field, name)) renames.try_emplace(name);
+  });
+  if (renames.empty()) return renames;
+  std::set<std::string> taken;
+  representation.iterate([&taken](const FieldID&, const Field& field) {
+    for (const auto& fragment : field.getFragmentIDs()) taken.insert(fragment->name());
+    return true;
+  });
+  for (const FieldContent& field : content.fields)
+    for (std::size_t i = 0; i < field.identifiers.count; ++i)
+      taken.insert(field.identifiers.nameOf(i));
+  for (auto& [name, fresh] : renames)
+    for (int n = 2; fresh.empty(); ++n)
+      if (const std::string candidate = name + "_" + std::to_string(n);
+          taken.insert(candidate).second)
+        fresh = candidate;
+  const auto& [name, fresh] = *renames.begin();
+  Larder::Console() << file_->state().shownName << ": " << renames.size()
+                    << " fragments have names that the bundle holds data for; they join it under "
+                       "names of their own: \""
+                    << name << "\" as \"" << fresh << "\"" << (renames.size() > 1 ? " ..." : ".");
+  return renames;
 }
 
 void StructureLoader::loadField(const FieldContent& content, Representation& representation,
-                                const CollectionHandle& shared, Donors& donors) {
+                                const CollectionHandle& shared, const Renames& renames,
+                                Donors& donors) {
   auto field = representation.findField(content.name);
   const bool isNew = !field;
   const auto own = field ? field->getFragmentIDCollection() : nullptr;
-  if (content.donor.empty()) donors[content.name] = identifiersOf(content, own ? own : shared);
+  if (content.donor.empty())
+    donors[content.name] = identifiersOf(content, own ? own : shared, renames);
   Identifiers identifiers = donors.at(content.donor.empty() ? content.name : content.donor);
   if (isNew) {
     field = Field::makeFor(identifiers.collection);
@@ -101,19 +159,20 @@ void StructureLoader::loadField(const FieldContent& content, Representation& rep
   attach(content, *field, identifiers);
 }
 
-/// The identifiers that a field tells, as those of `collection` or, if that is null, of their own.
+/// The identifiers that a field lists, as those of `collection` or, if that is null, of their own.
 StructureLoader::Identifiers StructureLoader::identifiersOf(const FieldContent& content,
-                                                            const CollectionHandle& collection) {
-  const IdentifierContent& told = content.identifiers;
-  const auto lattice = latticeOf(told);
+                                                            const CollectionHandle& collection,
+                                                            const Renames& renames) {
+  const IdentifierContent& inFile = content.identifiers;
   Identifiers result;
-  result.count = told.count;
-  result.collection = collection ? collection : lattice;
-  if (!result.collection) result.collection = Larder::makeStrong<FragmentIDCollection>();
-  if (!lattice || !isSameLattice(*lattice, *result.collection))
-    result.numbers = numbersIn(told.count, [&](std::size_t i) {
-      return result.collection->makeFragmentID(
-          lattice ? lattice->findFragmentID(static_cast<std::uint32_t>(i))->name() : told.names[i]);
+  result.count = inFile.count;
+  result.collection = collection ? collection : newCollection(inFile);
+  if (!renames.empty()) result.inFile = std::make_shared<const IdentifierContent>(inFile);
+  if (!renames.empty() || !isSameLattice(inFile, *result.collection))
+    result.numbers = numbersIn(inFile.count, [&](std::size_t i) {
+      const std::string name = inFile.nameOf(i);
+      const auto renamed = renames.find(name);
+      return result.collection->makeFragmentID(renamed == renames.end() ? name : renamed->second);
     });
   giveTriples(content.table, *result.collection, result.numbers);
   return result;
@@ -124,6 +183,7 @@ StructureLoader::Identifiers StructureLoader::ownIdentifiers(Field& field,
                                                              const Identifiers& shared) {
   Identifiers result;
   result.count = shared.count;
+  result.inFile = shared.inFile;
   result.numbers = numbersIn(shared.count, [&](std::size_t i) {
     const auto number = shared.numbers(static_cast<std::int64_t>(i));
     return field.makeFragmentID(shared.collection->findFragmentID(number)->name());
@@ -161,9 +221,10 @@ void StructureLoader::attach(const FieldContent& content, Field& field,
                       << content.name
                       << "\" have names that the bundle has data for; the file's are left out.";
   const auto place = Larder::makeStrong<FieldPlace>(file_, joined(content.path), content.typeName);
-  field.setSource(Larder::makeStrong<LoadedField>(place, identifiers.collection, content.table,
-                                                  identifiers.numbers, field.source()),
-                  content.typeName);
+  field.setSource(
+      Larder::makeStrong<LoadedField>(place, identifiers.collection, content.table,
+                                      identifiers.numbers, identifiers.inFile, field.source()),
+      content.typeName);
 }
 
 std::size_t StructureLoader::countDoubles(const FragmentTable& table, const Field& field,

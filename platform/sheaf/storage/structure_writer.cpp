@@ -37,17 +37,25 @@ bool isLattice(const FragmentIDCollection& fragments) {
 
 }  // namespace
 
+/// Visits the fields by the places where the bundle holds them: a field may stand in several, and
+/// knows only the last one itself.
 template <class Visit>
 void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
   for (const auto& [time, slice] : bundle)
     for (const auto& [gridID, grid] : *slice)
       for (const auto& [skeletonID, skeleton] : grid->skeletons())
         for (const auto& representation : skeleton->representations()) {
+          Placement place;
+          place.GridHandle = grid;
+          place.Time = time;
+          place.GridName = gridID->name();
+          place.Skeleton = skeletonID;
+          place.RepresentationName = representation->name();
           Donors donors;
           unsigned long long index = 0;
-          representation->iterate([&](const FieldID&, const Field& field) {
-            const auto place = field.placement();
-            if (place && writer_.isWanted(*place, field, nullptr)) visit(field, index++, donors);
+          representation->iterate([&](const FieldID& id, const Field& field) {
+            place.FieldName = id.name();
+            if (writer_.isWanted(place, field, nullptr)) visit(place, field, index++, donors);
             return true;
           });
         }
@@ -56,25 +64,25 @@ void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
 void StructureWriter::handOverMissing(const Bundle& bundle) {
   for (const auto& [time, slice] : bundle)
     if (writer_.storage_->isSaveableTime(time)) writer_.claim(time);
-  forEachField(bundle,
-               [this](const Field& field, unsigned long long, Donors&) { handOverMissing(field); });
+  forEachField(bundle, [this](const Placement& place, const Field& field, unsigned long long,
+                              Donors&) { handOverMissing(place, field); });
 }
 
-void StructureWriter::handOverMissing(const Field& field) {
-  // What the file holds of the field is looked at while it stands still: before anything more is
+void StructureWriter::handOverMissing(const Placement& place, const Field& field) {
+  // What the file holds of the field is compared while it stands still: before anything more is
   // handed over, and after all that was is written.
   writer_.drain();
-  const auto store = writer_.storeOf(*field.placement(), field);
+  const auto store = writer_.storeOf(place, field);
   std::vector<Larder::StrongPtr<FragmentID>> missing;
   if (const auto fragments = field.getFragmentIDCollection())
     for (const auto& fragment : fragments->identifiers())
       if (fragment && !store->holdsDataOf(field, fragment->number())) missing.push_back(fragment);
   if (!store->holdsDataOf(field, FragmentRow::kUndivided)) missing.emplace_back();
-  for (const auto& fragment : missing) handOver(field, fragment);
+  for (const auto& fragment : missing) handOver(place, field, fragment);
 }
 
-void StructureWriter::handOver(const Field& field, const Larder::StrongPtr<FragmentID>& fragment) {
-  const Placement& place = *field.placement();
+void StructureWriter::handOver(const Placement& place, const Field& field,
+                               const Larder::StrongPtr<FragmentID>& fragment) {
   if (!writer_.isWanted(place, field, fragment.rawptr())) return;
   const CreatorHandle creator = field.getCreator(fragment);
   if (!creator) return;
@@ -97,9 +105,8 @@ void StructureWriter::writeStructure(const Bundle& bundle) {
     for (const auto& [time, slice] : bundle)
       if (writer_.storage_->isSaveableTime(time)) writeSlice(time, *slice);
   }
-  forEachField(bundle, [this](const Field& field, unsigned long long index, Donors& donors) {
-    writeField(field, index, donors);
-  });
+  forEachField(bundle, [this](const Placement& place, const Field& field, unsigned long long index,
+                              Donors& donors) { writeField(place, field, index, donors); });
 }
 
 void StructureWriter::writeSlice(double time, const Slice& slice) {
@@ -130,12 +137,13 @@ void StructureWriter::writeGrid(const LinkPath& path, const Grid& grid, unsigned
   }
 }
 
-void StructureWriter::writeField(const Field& field, unsigned long long index, Donors& donors) {
-  const auto store = writer_.storeOf(*field.placement(), field);
+void StructureWriter::writeField(const Placement& place, const Field& field,
+                                 unsigned long long index, Donors& donors) {
+  const auto store = writer_.storeOf(place, field);
   bool isDonor = false;
   {
     const Hdf5Lock lock(store->file()->state());
-    isDonor = writeIdentifiers(store->group(), field, donors);
+    isDonor = writeIdentifiers(store->group(), place, field, donors);
   }
   Table table = tableOf(*store, field, isDonor);
   {
@@ -154,15 +162,16 @@ void StructureWriter::writeField(const Field& field, unsigned long long index, D
   }
   writeTable(*store->file(), store->group(), table.rows, table.names);
   store->closeGroup();
-  writer_.storage_->isSaved(FieldID(field.placement()->FieldName));
+  writer_.storage_->isSaved(FieldID(place.FieldName));
 }
 
-bool StructureWriter::writeIdentifiers(hid_t group, const Field& field, Donors& donors) {
+bool StructureWriter::writeIdentifiers(hid_t group, const Placement& place, const Field& field,
+                                       Donors& donors) {
   for (const char* former : {kIdentifiersAttribute, kLatticeAttribute, kPrefixAttribute})
     removeAttribute(group, former);
   const auto fragments = field.getFragmentIDCollection();
   if (!fragments) return true;
-  const auto [donor, isNew] = donors.try_emplace(fragments.rawptr(), field.placement()->FieldName);
+  const auto [donor, isNew] = donors.try_emplace(fragments.rawptr(), place.FieldName);
   if (!isNew) {
     writeText(group, kIdentifiersAttribute, donor->second);
     return false;

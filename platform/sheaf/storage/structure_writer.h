@@ -32,14 +32,16 @@ class StructureWriter {
 
   template <class Visit>
   void forEachField(const Bundle& bundle, Visit visit);
-  void handOverMissing(const Field& field);
-  void handOver(const Field& field, const Larder::StrongPtr<FragmentID>& fragment);
+  void handOverMissing(const Placement& place, const Field& field);
+  void handOver(const Placement& place, const Field& field,
+                const Larder::StrongPtr<FragmentID>& fragment);
   void writeSlice(double time, const Slice& slice);
   void writeGrid(const LinkPath& path, const Grid& grid, unsigned long long index);
-  void writeField(const Field& field, unsigned long long index, Donors& donors);
-  /// Says whose identifiers the field uses. \return whether they are its own, to be told in its
+  void writeField(const Placement& place, const Field& field, unsigned long long index,
+                  Donors& donors);
+  /// Says whose identifiers the field uses. \return whether they are its own, to be listed in its
   /// table.
-  bool writeIdentifiers(hid_t group, const Field& field, Donors& donors);
+  bool writeIdentifiers(hid_t group, const Placement& place, const Field& field, Donors& donors);
   Table tableOf(FieldStore& store, const Field& field, bool isDonor);
   void addRow(Table& table, FieldStore& store, const Field& field, const FragmentID* fragment,
               bool isDonor, bool named);

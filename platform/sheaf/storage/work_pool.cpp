@@ -1,10 +1,15 @@
 #include "recast/sheaf/storage/work_pool.h"
 
+#include <exception>
+
 namespace Quilt::Storage {
 
 WorkPool::WorkPool(std::size_t threads) {
   threads_.reserve(threads);
-  for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { work(); });
+  try {
+    for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { work(); });
+  } catch (const std::exception&) {  // those that could be had do it all
+  }
 }
 
 WorkPool::~WorkPool() {
@@ -17,6 +22,10 @@ WorkPool::~WorkPool() {
 }
 
 void WorkPool::enqueue(std::function<void()> task) {
+  if (threads_.empty()) {
+    task();
+    return;
+  }
   {
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));

@@ -11,7 +11,8 @@
 namespace Quilt::Storage {
 
 /// A few threads that run tasks in the order in which they were given. A task may wait for one
-/// given before it, never for a later one.
+/// given before it, never for a later one. Where the system gives no thread, the caller of `run`
+/// runs the task.
 class WorkPool {
  public:
   explicit WorkPool(std::size_t threads);
