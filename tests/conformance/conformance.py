@@ -15,10 +15,12 @@ import sys
 import time
 import traceback
 
+import checks_of_files  # noqa: F401; adds its checks to CHECKS, as the next one does
+import checks_of_faults  # noqa: F401
 import content
-from checks import CHECKS, make_reference
-from jobs import JOBS, Stock, States, Reference
+from jobs import JOBS, Reference, States, Stock
 from runs import Place, Program
+from trial import CHECKS, make_reference
 
 
 class Skipped(str):
@@ -46,6 +48,7 @@ class Suite:
         return any(line.split()[:1] == [command] for line in shown.splitlines())
 
     def close(self):
+        self.program.end_all()
         self.place.remove()
 
     def skip(self, why):
@@ -107,6 +110,8 @@ class Suite:
             return check.run(self, job, *values)
         except Exception:
             return "the suite itself fails: " + traceback.format_exc(limit=-3).replace("\n", " | ")
+        finally:
+            self.program.end_all()
 
 
 def identity(case):
@@ -240,7 +245,8 @@ def run(suite, options):
 
 def main():
     options = parse()
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(2))
+    for number in (signal.SIGTERM, signal.SIGINT):
+        signal.signal(number, lambda *_: sys.exit(2))
     print(f"seed {options.seed}", flush=True)
     suite = Suite(options)
     owner = os.getpid()

@@ -156,6 +156,7 @@ class Program:
         self.environment = dict(os.environ, LC_ALL="C", ASAN_OPTIONS="verify_asan_link_order=0",
                                 UBSAN_OPTIONS="print_stacktrace=0")
         self.environment.pop("LD_PRELOAD", None)
+        self.started = []
 
     def start(self, arguments, folder, stdout=subprocess.PIPE, stderr=subprocess.PIPE, closed=(),
               largest_file=None, preload=None):
@@ -166,10 +167,25 @@ class Program:
             for descriptor in closed:
                 os.close(descriptor)
 
-        return subprocess.Popen([self.path, *arguments], cwd=folder.path, stdin=subprocess.DEVNULL,
-                                stdout=stdout, stderr=stderr,
-                                env=dict(self.environment, **(preload or {})),
-                                preexec_fn=in_child if closed or largest_file is not None else None)
+        process = subprocess.Popen([self.path, *arguments], cwd=folder.path, stdout=stdout,
+                                   stderr=stderr, stdin=subprocess.DEVNULL,
+                                   env=dict(self.environment, **(preload or {})),
+                                   preexec_fn=in_child if closed or largest_file is not None else None)
+        self.started.append(process)
+        return process
+
+    def start_feeding(self, source, pipe):
+        """Starts a process that writes a file's content into a named pipe, once it has a reader."""
+        self.started.append(subprocess.Popen(["sh", "-c", 'exec cat "$1" >"$2"', "sh", source, pipe],
+                                             stderr=subprocess.DEVNULL))
+
+    def end_all(self):
+        """Ends what was started and runs still."""
+        for process in self.started:
+            if process.poll() is None:
+                process.kill()
+                process.wait()
+        self.started.clear()
 
     def wait(self, process, time_limit=None):
         try:
