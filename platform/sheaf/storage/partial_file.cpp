@@ -109,6 +109,7 @@ void PartialFile::lock() {
   }
   if (ftruncate(descriptor_, 0) != 0) {
     const int error = errno;
+    unlink(path_.c_str());
     close(descriptor_);
     failWith(shownName_, "create", error);
   }
