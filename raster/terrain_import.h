@@ -4,7 +4,7 @@
 
 #include "recast/larder/progress.h"
 #include "recast/larder/string_list.h"
-#include "recast/raster/esri_body.h"
+#include "recast/raster/height_array.h"
 #include "recast/sheaf/bundle.h"
 
 /// Terrain files into tiles of a uniform grid and point clouds, all in one bundle.

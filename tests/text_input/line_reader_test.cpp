@@ -20,14 +20,14 @@ using Lines = std::vector<std::string>;
 
 Lines linesOf(const std::string& path) {
   LineReader reader(path);
-  EXPECT_TRUE(reader.isOpen()) << reader.reason();
+  EXPECT_TRUE(reader.isOpen()) << reader.failure();
   Lines lines;
   for (std::string_view line; reader.next(line);) {
     lines.emplace_back(line);
     EXPECT_EQ(reader.lineNumber(), lines.size());
     EXPECT_EQ(reader.untilNul(line), Larder::Text::untilNul(line));
   }
-  EXPECT_FALSE(reader.failed()) << reader.reason();
+  EXPECT_FALSE(reader.failed()) << reader.failure();
   return lines;
 }
 
@@ -103,7 +103,7 @@ TEST(LineReader, EndsAtAReadErrorAndTellsIt) {
   EXPECT_FALSE(reader.next(line)) << "half a line is none";
   EXPECT_TRUE(reader.failed());
   EXPECT_EQ(reader.error(), EISDIR);
-  EXPECT_EQ(reader.reason(), "Is a directory");
+  EXPECT_EQ(reader.failure(), "Is a directory");
 }
 
 }  // namespace
