@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include "recast/larder/console.h"
-#include "recast/raster/esri_header.h"
+#include "recast/raster/esri_body.h"
 #include "recast/raster/esri_raster_to_q8.h"
 #include "recast/raster/height_tile.h"
 #include "recast/raster/raster_walk.h"
