@@ -66,24 +66,12 @@ RunOutcome checkNames(const ColumnAsciiToPointCloudQ8& converter, const std::str
   return outcome;
 }
 
-RunOutcome convert(ColumnAsciiToPointCloudQ8& converter, const Larder::StringList& files,
-                   const std::string& outFile, int compression, int epsg,
-                   const Quilt::ProgressHandle& progress, const ManipulateArray& manipulate) {
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  const auto bound = bundle->bindToNew(outFile, Larder::makeStrong<MyStorage>(compression));
-  if (bound.number != 0 || !bound.text.empty()) {
-    Larder::Console() << "!!!!!!!! ColumnAsciiToPointCloudQ8:: cannot bindtonew: " << bound.text;
-    return {kNotBoundOrSaved, bound.text};
-  }
-  RunOutput output(bundle, outFile, {files.begin(), files.end()});
-  const auto cloud = makePointCloud(*bundle, converter, epsg);
-  namePositions(converter.PointColumns);
-  if (converter.DoStripeList) addStripeColumn(converter.UShortColumns);
-  if (RunOutcome outcome = checkNames(converter, outFile); !outcome.isDone()) return outcome;
-  ColumnRun run(converter, *bundle, *cloud, files.size(), progress, manipulate);
+RunOutcome readFiles(ColumnAsciiToPointCloudQ8& converter, Quilt::Bundle& bundle,
+                     Quilt::Representation& cloud, const Larder::StringList& files,
+                     const Quilt::ProgressHandle& progress, const ManipulateArray& manipulate) {
+  ColumnRun run(converter, bundle, cloud, files.size(), progress, manipulate);
   for (const std::string& file : files)
     if (RunOutcome outcome = run.readFile(file); !outcome.isDone()) return outcome;
-  output.complete();
   return {};
 }
 
@@ -133,9 +121,22 @@ int ColumnAsciiToPointCloudQ8::convertASCIIToQ8(
     const Larder::StrongPtr<Larder::LoaderProgress, Larder::InterfaceBase>& progress,
     const ManipulateArray& manipulate) {
   const auto start = std::chrono::system_clock::now();
-  const int status = reportedRun(outFile, [&] {
-    RunOutcome outcome = convert(*this, *files, outFile, compression, epsg, progress, manipulate);
-    if (!outcome.isDone() && outcome.status != kColumnsStopped && progress)
+  const int status = reportedRun(outFile, [&]() -> RunOutcome {
+    const Quilt::BundlePtr bundle(new Quilt::Bundle);
+    const auto bound = bundle->bindToNew(outFile, Larder::makeStrong<MyStorage>(compression));
+    if (bound.number != 0 || !bound.text.empty()) {
+      Larder::Console() << "!!!!!!!! ColumnAsciiToPointCloudQ8:: cannot bindtonew: " << bound.text;
+      return {kNotBoundOrSaved, bound.text};
+    }
+    RunOutput output(bundle, outFile, {files->begin(), files->end()});
+    const auto cloud = makePointCloud(*bundle, *this, epsg);
+    namePositions(PointColumns);
+    if (DoStripeList) addStripeColumn(UShortColumns);
+    RunOutcome outcome = checkNames(*this, outFile);
+    if (outcome.isDone()) outcome = readFiles(*this, *bundle, *cloud, *files, progress, manipulate);
+    if (outcome.isDone())
+      output.complete();
+    else if (outcome.status != kColumnsStopped && progress)
       progress->reportMessage(outcome.failure);
     return outcome;
   });
