@@ -5,18 +5,13 @@
 #include "recast/columns/column_status.h"
 #include "recast/columns/column_types.h"
 #include "recast/larder/console.h"
+#include "recast/text_input/quoted.h"
 #include "recast/text_input/tokens.h"
 
 namespace Recast {
 namespace {
 
-constexpr std::size_t kMostShown = 40;
-
-std::string quoted(std::string_view token) {
-  std::string text = "\"";
-  text += token.substr(0, kMostShown);
-  return text + (token.size() > kMostShown ? "...\"" : "\"");
-}
+using Larder::Text::quoted;
 
 /// Looks for the first column that a line has no value for.
 class FaultFinder {

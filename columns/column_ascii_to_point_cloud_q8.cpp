@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <typeinfo>
 
 #include "recast/columns/column_run.h"
 #include "recast/columns/column_status.h"
@@ -9,6 +10,8 @@
 #include "recast/columns/my_storage.h"
 #include "recast/larder/console.h"
 #include "recast/recastbase/basic_converter_defs.h"
+#include "recast/recastbase/run_output.h"
+#include "recast/recastbase/run_report.h"
 
 namespace Recast {
 namespace {
@@ -44,6 +47,32 @@ void namePositions(std::vector<myColumn<Heron::PhysicalSpace::point>>& columns) 
 void addStripeColumn(std::vector<myColumn<unsigned short>>& columns) {
   addTo(columns, ColumnRun::kStripeField, {});
   columns.back().Constant = true;
+}
+
+/// Columns of one name share a field: of different types they can't be stored, of one type the
+/// later one's values are kept.
+RunOutcome checkNames(const ColumnAsciiToPointCloudQ8& converter, const std::string& outFile) {
+  std::map<std::string, const std::type_info*> types;
+  RunOutcome outcome;
+  allColumns(converter, [&](const auto& column) {
+    const auto [known, isNew] = types.emplace(column.Name, &typeid(column.Value));
+    const std::string text = outFile + ": two columns are named \"" + column.Name + "\"";
+    if (*known->second != typeid(column.Value))
+      outcome = {kNotBoundOrSaved, text + " and have different types"};
+    else if (!isNew && column.Name != ColumnRun::kStripeField)
+      reportNotice(text + "; the values of the later one are kept");
+    return outcome.isDone();
+  });
+  return outcome;
+}
+
+RunOutcome readFiles(ColumnAsciiToPointCloudQ8& converter, Quilt::Bundle& bundle,
+                     Quilt::Representation& cloud, const Larder::StringList& files,
+                     const Quilt::ProgressHandle& progress, const ManipulateArray& manipulate) {
+  ColumnRun run(converter, bundle, cloud, files.size(), progress, manipulate);
+  for (const std::string& file : files)
+    if (RunOutcome outcome = run.readFile(file); !outcome.isDone()) return outcome;
+  return {};
 }
 
 }  // namespace
@@ -92,19 +121,26 @@ int ColumnAsciiToPointCloudQ8::convertASCIIToQ8(
     const Larder::StrongPtr<Larder::LoaderProgress, Larder::InterfaceBase>& progress,
     const ManipulateArray& manipulate) {
   const auto start = std::chrono::system_clock::now();
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  const auto bound = bundle->bindToNew(outFile, Larder::makeStrong<MyStorage>(compression));
-  if (bound.number != 0 || !bound.text.empty()) {
-    Larder::Console() << "!!!!!!!! ColumnAsciiToPointCloudQ8:: cannot bindtonew: " << bound.text;
-    return kNotBoundOrSaved;
-  }
-  const auto cloud = makePointCloud(*bundle, *this, epsg);
-  namePositions(PointColumns);
-  if (DoStripeList) addStripeColumn(UShortColumns);
-  ColumnRun run(*this, *bundle, *cloud, files->size(), progress, manipulate);
-  for (const std::string& file : *files)
-    if (const int status = run.readFile(file); status != kColumnsDone) return status;
-  bundle->sync();  // a failure to write is thrown here, not only told of at the release
+  const int status = reportedRun(outFile, [&]() -> RunOutcome {
+    const Quilt::BundlePtr bundle(new Quilt::Bundle);
+    const auto bound = bundle->bindToNew(outFile, Larder::makeStrong<MyStorage>(compression));
+    if (bound.number != 0 || !bound.text.empty()) {
+      Larder::Console() << "!!!!!!!! ColumnAsciiToPointCloudQ8:: cannot bindtonew: " << bound.text;
+      return {kNotBoundOrSaved, bound.text};
+    }
+    RunOutput output(bundle, outFile, {files->begin(), files->end()});
+    const auto cloud = makePointCloud(*bundle, *this, epsg);
+    namePositions(PointColumns);
+    if (DoStripeList) addStripeColumn(UShortColumns);
+    RunOutcome outcome = checkNames(*this, outFile);
+    if (outcome.isDone()) outcome = readFiles(*this, *bundle, *cloud, *files, progress, manipulate);
+    if (outcome.isDone())
+      output.complete();
+    else if (outcome.status != kColumnsStopped && progress)
+      progress->reportMessage(outcome.failure);
+    return outcome;
+  });
+  if (status != kColumnsDone) return status;
   const auto elapsed =
       std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now() - start);
   Larder::Console() << "Done ASCIItoQ8: Elapsed time: " << elapsed.count() << "s\n";

@@ -79,15 +79,20 @@ class RECAST_API ColumnAsciiToPointCloudQ8 {
   /// and the number of the block. A point column whose name contains "positions" becomes
   /// "Positions".
   ///
-  /// \param files must be valid. \param outFile the new `.q8` file; an existing one is replaced
-  /// when the run ends. \param compression below 0 stores doubles plainly; from 0 (fast) to 12
-  /// (small) stores positions as floats with a shift, compressed; above 12 counts as 12. \param
-  /// epsg the code of the coordinate system, the grid's attribute "EPSG". \param progress asked
-  /// before every thousandth or so of the lines; ends the run by returning false. Is told in a
-  /// message which file and line ended the run, and why. May be null. \param manipulate may be
-  /// empty. \return a ColumnStatus; those other than 0 end the run, and the lines of the running
-  /// block are dropped. What was saved before is in the file. \throw Quilt::StorageError if writing
-  /// fails; std::bad_alloc; what `manipulate` throws.
+  /// \param files must be valid; each is opened once, so that pipes will do. \param outFile the new
+  /// `.q8` file; it is complete, in place of an existing one, before "Done" is printed.
+  /// \param compression below 0 stores doubles plainly; from 0 (fast) to 12 (small) stores
+  /// positions as floats with a shift, compressed; above 12 counts as 12. \param epsg the code of
+  /// the coordinate system, the grid's attribute "EPSG". \param progress asked before every
+  /// thousandth or so of the lines; ends the run by returning false. Gets the sentence that says
+  /// why the run failed as a message. May be null. \param manipulate may be empty.
+  ///
+  /// \return a ColumnStatus. Those other than 0 end the run: the lines of the running block are
+  /// dropped, unless reading them failed; what was saved before is in the file. If nothing was, or
+  /// if `outFile` is one of `files`, the former file stays. `lastRunReport` has the reason. Columns
+  /// of one name and different types give 5 before a file is read; of columns of one name and type
+  /// the later one counts. \throw Quilt::StorageError if writing fails; std::bad_alloc; what
+  /// `manipulate` throws.
   int convertASCIIToQ8(
       const Larder::StrongPtr<Larder::StringList, Larder::StringList>& files,
       const std::string& outFile, const int& compression, const int& epsg,

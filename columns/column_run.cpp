@@ -1,7 +1,6 @@
 #include "recast/columns/column_run.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -15,14 +14,6 @@ namespace {
 
 using Larder::Text::LineReader;
 
-/// The size of a file in bytes; 0 of one that can be read only once, such as a pipe.
-std::uint64_t sizeOf(const std::string& file) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(file, error)) return 0;
-  const auto size = std::filesystem::file_size(file, error);
-  return error ? 0 : size;
-}
-
 /// The lines that so many bytes hold, with a tenth to spare.
 std::uint64_t linesIn(std::uint64_t bytes, std::uint64_t bytesPerLine) {
   return bytes * 110 / (100 * bytesPerLine);
@@ -34,50 +25,47 @@ bool startsWithByteOrderMark(std::string_view text) {
 
 }  // namespace
 
-int ColumnRun::readFile(const std::string& file) {
+RunOutcome ColumnRun::readFile(const std::string& file) {
   file_ = file;
-  if (lineEstimate_ == 0) estimateLines();
-  planReports();
   LineReader reader(file_);
-  if (!reader.isOpen()) {
-    tellHost(file_ + ": can't be opened: " + reader.reason());
-    return kColumnFileNotOpened;
-  }
+  fileSize_ = reader.fileSize();
+  if (lineEstimate_ == 0) estimateLines(reader);
+  planReports();
+  if (!reader.isOpen()) return {kColumnFileNotOpened, reader.failure()};
   reader.skip(converter_.HeaderLines);
   noteStripe();
   block_.start(expectedLines());
-  if (const int status = readLines(reader); status != kColumnsDone) return status;
+  if (RunOutcome outcome = readLines(reader); !outcome.isDone()) return outcome;
   if (block_.lines() > 0) {
-    if (!saveBlock()) return kNotBoundOrSaved;
+    if (RunOutcome outcome = saveBlock(kNotBoundOrSaved); !outcome.isDone()) return outcome;
     ++fragmentNumber_;
   }
   ++fileIndex_;
-  return kColumnsDone;
+  if (reader.failed()) return {kColumnFileNotOpened, reader.failure()};
+  return {};
 }
 
-int ColumnRun::readLines(LineReader& reader) {
+RunOutcome ColumnRun::readLines(LineReader& reader) {
   for (std::string_view line; reader.next(line);) {
     if (line.empty()) continue;
-    if (lineNumber_ == nextReport_ && !report()) return kColumnsStopped;
-    if (lineNumber_ >= converter_.StopReadingAt) return kColumnsDone;
+    if (lineNumber_ == nextReport_ && !report())
+      return {kColumnsStopped, reader.place() + ": the run was stopped before this line"};
+    if (lineNumber_ >= converter_.StopReadingAt) return {};
     if (lineNumber_ >= converter_.StartReadingAt) {
       if (block_.lines() == kColumnBlockLines) {
-        if (!saveBlock()) return kFullBlockNotSaved;
+        if (RunOutcome outcome = saveBlock(kFullBlockNotSaved); !outcome.isDone()) return outcome;
         block_.start(expectedLines());
         ++fragmentNumber_;
       }
       const std::string_view text = reader.untilNul(line);
-      if (!block_.append(text)) return tellBadLine(text, reader.lineNumber());
+      if (!block_.append(text)) return showBadLine(text, reader);
     }
     countLine();
   }
-  if (reader.failed())
-    Larder::Console() << file_ << ": reading ended behind line " << reader.lineNumber() << ": "
-                      << reader.reason();
-  return kColumnsDone;
+  return {};
 }
 
-bool ColumnRun::saveBlock() {
+RunOutcome ColumnRun::saveBlock(int status) {
   block_.finish();
   // What waits to be written and what the cache holds of this file stays below two blocks. A former
   // block was written while this one was read, so that there is hardly a wait.
@@ -86,45 +74,44 @@ bool ColumnRun::saveBlock() {
     linesSinceSync_ = 0;
   }
   linesSinceSync_ += block_.lines();
-  return allColumns(converter_, [this](auto& column) {
-    return saveColumnFragment(column.Data, column.Name, representation_, fragmentNumber_, file_,
-                              manipulate_);
+  RunOutcome outcome;
+  allColumns(converter_, [&](auto& column) {
+    const bool isSaved = saveColumnFragment(column.Data, column.Name, representation_,
+                                            fragmentNumber_, file_, manipulate_);
+    if (!isSaved)
+      outcome = {status, file_ + ": the values of the column \"" + column.Name +
+                             "\" can't be saved as block " + std::to_string(fragmentNumber_)};
+    return isSaved;
   });
+  return outcome;
 }
 
-int ColumnRun::tellBadLine(std::string_view text, std::uint64_t lineOfFile) const {
+RunOutcome ColumnRun::showBadLine(std::string_view text, const LineReader& reader) const {
   BadLine fault = explainBadLine(converter_, text);
-  std::string hint;
-  if (lineOfFile == 1 && startsWithByteOrderMark(text))
-    hint = "; the file starts with a UTF-8 byte order mark";
   if (fault.status == kValueNotConverted) {
     announceBadLine();
     Larder::Text::TokenWalk walk(text, converter_.Delimiter);
     for (std::string_view token; walk.next(token);) showToken(token);
   }
-  Larder::Console() << "Bad line is: " << text << " at nr: " << lineNumber_ << hint;
-  tellHost(file_ + ", line " + std::to_string(lineOfFile) + ": " + fault.reason + hint);
-  return fault.status;
+  Larder::Console() << "Bad line is: " << text << " at nr: " << lineNumber_;
+  if (reader.lineNumber() == 1 && startsWithByteOrderMark(text))
+    fault.reason += "; the file starts with a UTF-8 byte order mark";
+  return {fault.status, reader.place() + ": " + fault.reason};
 }
 
-void ColumnRun::tellHost(const std::string& text) const {
-  if (progress_) progress_->reportMessage(text);
-}
-
-void ColumnRun::estimateLines() {
+void ColumnRun::estimateLines(LineReader& reader) {
   std::cout << " file name " << file_ << std::endl;
-  const std::uint64_t size = sizeOf(file_);
-  if (size == 0) return;
-  LineReader reader(file_);
+  if (fileSize_ == 0) return;
   reader.skip(converter_.HeaderLines);
   std::string_view line;
   reader.next(line);
   bytesPerLine_ = line.size() + 1;
-  lineEstimate_ = linesIn(size, bytesPerLine_);
+  lineEstimate_ = linesIn(fileSize_, bytesPerLine_);
+  reader.rewind();
 }
 
 std::uint64_t ColumnRun::expectedLines() const {
-  return linesIn(sizeOf(file_), bytesPerLine_) + 1;
+  return linesIn(fileSize_, bytesPerLine_) + 1;
 }
 
 void ColumnRun::noteStripe() {

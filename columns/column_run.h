@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recast/columns/column_block.h"
+#include "recast/recastbase/run_report.h"
 #include "recast/sheaf/bundle.h"
 #include "recast/text_input/line_reader.h"
 
@@ -25,16 +26,16 @@ class ColumnRun {
         block_(converter) {}
 
   /// Reads the next file. \return a ColumnStatus; one other than 0 ends the run.
-  int readFile(const std::string& file);
+  RunOutcome readFile(const std::string& file);
 
  private:
-  int readLines(Larder::Text::LineReader& reader);
-  bool saveBlock();
-  int tellBadLine(std::string_view text, std::uint64_t lineOfFile) const;
-  /// Tells the host what ended the run.
-  void tellHost(const std::string& text) const;
+  RunOutcome readLines(Larder::Text::LineReader& reader);
+  /// \param status returned if a column can't be saved.
+  RunOutcome saveBlock(int status);
+  RunOutcome showBadLine(std::string_view text, const Larder::Text::LineReader& reader) const;
 
-  void estimateLines();
+  /// Reads a first line, behind the header, and rewinds.
+  void estimateLines(Larder::Text::LineReader& reader);
   std::uint64_t expectedLines() const;
   void noteStripe();
 
@@ -53,6 +54,7 @@ class ColumnRun {
   const ManipulateArray& manipulate_;
 
   std::string file_;              // the running one, as in the list
+  std::uint64_t fileSize_ = 0;    // in bytes; 0 of one that can be read only once, such as a pipe
   std::uint64_t lineNumber_ = 0;  // of the next line, over all files
   unsigned int fragmentNumber_ = 0;
   unsigned int fileIndex_ = 0;

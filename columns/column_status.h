@@ -5,7 +5,7 @@ namespace Recast {
 /// What `ColumnAsciiToPointCloudQ8::convertASCIIToQ8` returns, as an int.
 enum ColumnStatus {
   kColumnsDone = 0,
-  kColumnFileNotOpened = 1,
+  kColumnFileNotOpened = 1,  ///< an input file can't be opened, or not be read to its end
   kFullBlockNotSaved = 3,
   kValueNotConverted = 4,
   kNotBoundOrSaved = 5,  ///< the output can't be bound, or a file's last block can't be saved

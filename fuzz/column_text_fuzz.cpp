@@ -124,7 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Quilt::ProgressHandle progress;
   const Recast::ManipulateArray manipulate;
   Recast::ColumnRun run(converter, *bundle, *cloud, 1, progress, manipulate);
-  const int status = run.readFile(path);
+  const int status = run.readFile(path).status;
   const bool allConvert = std::all_of(lines.begin(), lines.end(), [&](const Tokens& tokens) {
     return converts(converter, tokens);
   });

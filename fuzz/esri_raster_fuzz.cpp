@@ -11,8 +11,8 @@
 #include "support/tile_heights.h"
 
 #include "recast/grid_lookups/string_util.h"
-#include "recast/raster/esri_body.h"
 #include "recast/raster/esri_header.h"
+#include "recast/raster/height_memory.h"
 #include "recast/raster/raster_status.h"
 #include "recast/raster/terrain_import.h"
 
@@ -115,10 +115,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static_cast<void>(once);
   const std::string path = folder.write("raster.asc", data, size);
   Recast::EsriHeader header;
-  if (Recast::readEsriHeader(path, {.skipEmptyLines = true}, header) == Recast::kRasterDone &&
-      header.columns && header.rows) {
+  Larder::Text::LineReader input(path);
+  if (Recast::readEsriHeader(input, {.skipEmptyLines = true}, header).isDone() && header.columns &&
+      header.rows) {
     const std::uint64_t cells = std::uint64_t{*header.columns} * *header.rows;
-    if (cells > kMostCells && cells <= Recast::kMostCellsWithoutText) return 0;
+    if (cells > kMostCells && Recast::fitsMemory(cells, sizeof(float))) return 0;
   }
   try {
     check(path, {reinterpret_cast<const char*>(data), size}, header);

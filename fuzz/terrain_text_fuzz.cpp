@@ -31,12 +31,14 @@ constexpr float kNoData = -9999.0F;
 double cellsOf(const std::string& path, std::optional<double> spacing) {
   Recast::TerrainSamples samples;
   try {
-    if (Recast::readSamplesFromText(path, spacing, samples) != Recast::kRasterDone) return 0.0;
+    Larder::Text::LineReader input(path);
+    if (!Recast::readSamplesFromText(input, spacing, samples).isDone()) return 0.0;
   } catch (const std::out_of_range&) {
     return 0.0;
   }
-  const auto [columns, rows] = samples.dimensions();
-  return static_cast<double>(columns) * static_cast<double>(rows);
+  const auto dimensions = samples.dimensions();
+  if (!dimensions) return 0.0;
+  return static_cast<double>((*dimensions)[0]) * static_cast<double>((*dimensions)[1]);
 }
 
 /// All cells hold a height of the text or the value for none, and the last sample has its cell.

@@ -1,97 +1,101 @@
 #include "recast/raster/esri_body.h"
 
-#include <algorithm>
+#include <stdexcept>
 
-#include "recast/larder/console.h"
-#include "recast/raster/height_tile.h"
+#include "recast/raster/height_memory.h"
 #include "recast/raster/raster_status.h"
-#include "recast/text_input/line_reader.h"
+#include "recast/text_input/quoted.h"
 #include "recast/text_input/tokens.h"
 
 namespace Recast {
 namespace {
 
+using Larder::Text::LineReader;
 using Larder::Text::Number;
 using Larder::Text::NumberStatus;
 using Larder::Text::TokenWalk;
 
-/// What to make of a line in which a token is no number: too short a line is the greater fault.
-int badToken(const Number<float>& token, TokenWalk rest, std::uint64_t tokensWanted) {
-  for (; tokensWanted > 0; --tokensWanted)
-    if (!rest.skip()) return kTooFewNumbers;
-  if (token.status == NumberStatus::kNotANumber) return kNotANumber;
-  throw std::out_of_range("stof");
-}
-
-int readRow(std::string_view line, std::uint64_t columns, float* row) {
-  TokenWalk walk(Larder::Text::untilNul(line), ' ');
+/// \return false if a number is missing or not one.
+bool readRow(std::string_view line, std::uint64_t columns, float* row) {
+  TokenWalk walk(line, ' ');
   Number<float> number;
   for (std::uint64_t column = 0; column < columns; ++column) {
-    if (!walk.next(number)) return kTooFewNumbers;
-    if (!number.converted()) return badToken(number, walk, columns - column - 1);
+    if (!walk.next(number) || !number.converted()) return false;
     row[column] = number.value;
   }
-  return kRasterDone;
+  return true;
 }
 
-int checkLength(std::string_view line, std::uint64_t columns) {
-  TokenWalk walk(Larder::Text::untilNul(line), ' ');
+bool hasTokens(std::string_view line, std::uint64_t columns) {
+  TokenWalk walk(line, ' ');
   for (; columns > 0; --columns)
-    if (!walk.skip()) return kTooFewNumbers;
-  return kRasterDone;
+    if (!walk.skip()) return false;
+  return true;
 }
 
-void tellOfMissing(const std::string& path, std::uint64_t lines, std::uint64_t rows,
-                   const Larder::Text::LineReader& reader) {
-  if (reader.failed())
-    Larder::Console() << path << ": reading ended after " << lines
-                      << " data lines: " << reader.reason();
-  else if (lines < rows)
-    Larder::Console() << path << ": has " << lines << " data lines for " << rows
-                      << " rows; the other rows hold 0.";
-  else if (lines > rows)
-    Larder::Console() << path << ": has " << lines << " data lines for " << rows
-                      << " rows; those behind the last row are left out.";
+/// Explains a line that can't be read as a row: that it is too short comes before a token that is
+/// no number. \throw std::out_of_range
+RunOutcome faultOf(std::string_view line, std::uint64_t columns, const std::string& place) {
+  const std::size_t tokens = Larder::Text::countTokens(line, ' ');
+  if (tokens < columns)
+    return {kTooFewNumbers,
+            place + ": " + std::to_string(tokens) + " of " + std::to_string(columns) + " numbers"};
+  TokenWalk walk(line, ' ');
+  std::string_view token;
+  for (std::uint64_t column = 1; column <= columns && walk.next(token); ++column) {
+    const auto number = Larder::Text::toNumber<float>(token);
+    if (number.converted()) continue;
+    const std::string found =
+        place + ", column " + std::to_string(column) + ": " + Larder::Text::quoted(token);
+    if (number.status == NumberStatus::kOutOfRange)
+      throw std::out_of_range(found + " is beyond the range of a float");
+    return {kNotANumber, found + " is no number"};
+  }
+  return {kNotANumber, place + ": is no row of numbers"};
 }
 
-/// Whether a file of that length justifies the raster, as a RasterStatus.
-int checkAgainstLength(const std::string& path, std::uint64_t columns, std::uint64_t rows) {
-  const std::uint64_t bytes = Larder::Text::LineReader(path).fileSize();
-  if (bytes == 0) return kRasterDone;
-  const std::uint64_t most = (bytes + 1) / 2;  // a digit and a blank or line end each
-  if (columns * rows <= std::max(most, kMostCellsWithoutText)) return kRasterDone;
-  if (columns > most) return kTooFewNumbers;
-  Larder::Console() << path << ": the header tells of " << columns << " x " << rows
-                    << " cells; a file of " << bytes << " bytes has at most " << most
-                    << " of them.";
-  return kNoArray;
+void reportLineCount(const std::string& path, std::uint64_t lines, std::uint64_t rows) {
+  if (lines == rows) return;
+  reportNotice(path + ": has " + std::to_string(lines) + " data lines for " + std::to_string(rows) +
+               (lines < rows ? " rows; the other rows hold 0"
+                             : " rows; those behind the last row are left out"));
+}
+
+/// Whether the file may hold a number for every cell: a digit and a blank or line end each.
+bool mayFill(const LineReader& input, std::uint64_t cells) {
+  // Where the length isn't known, memory of this size is cheaper to bring at once.
+  constexpr std::uint64_t kFewCells = std::uint64_t{1} << 22;
+  return cells <= std::max((input.fileSize() + 1) / 2, kFewCells);
 }
 
 }  // namespace
 
-int makeEsriHeights(const std::string& path, std::uint32_t columns, std::uint32_t rows,
-                    HeightHandle& heights) {
-  if (!fitsMemory(columns, rows)) return kNoArray;
-  if (const int status = checkAgainstLength(path, columns, rows); status != kRasterDone)
-    return status;
-  heights = makeHeights(columns, rows);
-  return heights ? kRasterDone : kNoArray;
+RunOutcome makeEsriHeights(const LineReader& input, const EsriHeader& header,
+                           HeightHandle& heights) {
+  const std::uint64_t cells = std::uint64_t{*header.columns} * *header.rows;
+  heights = makeHeights(*header.columns, *header.rows,
+                        mayFill(input, cells) ? HeightUse::kAll : HeightUse::kSome);
+  if (heights) return {};
+  return {kNoArray, input.path() + ": there is no memory for " + std::to_string(*header.columns) +
+                        " x " + std::to_string(*header.rows) + " cells"};
 }
 
-int readEsriBody(const std::string& path, std::uint64_t headerLines, HeightArray& heights) {
+RunOutcome readEsriBody(LineReader& input, const EsriHeader& header, HeightArray& heights) {
   const std::uint64_t columns = heights.dims[0];
   const std::uint64_t rows = heights.dims[1];
-  Larder::Text::LineReader reader(path);
-  reader.skip(headerLines);
+  if (!input.rewind()) return {kCannotOpenInput, input.failure()};
+  input.skip(header.lines);
   std::uint64_t lines = 0;
-  for (std::string_view line; reader.next(line); ++lines) {
-    const int status = lines < rows
+  for (std::string_view line; input.next(line); ++lines) {
+    line = input.untilNul(line);
+    const bool isRow = lines < rows
                            ? readRow(line, columns, heights.data + (rows - 1 - lines) * columns)
-                           : checkLength(line, columns);
-    if (status != kRasterDone) return status;
+                           : hasTokens(line, columns);
+    if (!isRow) return faultOf(line, columns, input.place());
   }
-  tellOfMissing(path, lines, rows, reader);
-  return kRasterDone;
+  if (input.failed()) return {kCannotOpenInput, input.failure()};
+  reportLineCount(input.path(), lines, rows);
+  return {};
 }
 
 }  // namespace Recast

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "recast/perch/fixed_array.h"
+#include "recast/recastbase/run_report.h"
+#include "recast/text_input/line_reader.h"
 
 namespace Recast {
 
@@ -19,13 +21,14 @@ struct EsriHeader {
   std::optional<double> cellSize;        ///< "cellsize"
   std::optional<double> noData;          ///< "nodata_value"
   bool isCorner = false;                 ///< there is an "xllcorner": x and y are those of a corner
-  std::uint64_t lines = 0;               ///< of the header
+  std::uint64_t lines = 0;  ///< of the header; a line of more than 1023 bytes counts per piece
+  std::string end;          ///< the place of the line that ended it, for messages
 
   static constexpr double kDefaultNoData = -9999.0;
 
-  /// The first of the necessary values that isn't there, as a RasterStatus: 5, 6 or 7; 0 if all
-  /// are.
-  int firstMissing() const;
+  /// Whether the necessary values are there. \return a RasterStatus: 0, or for the first one that
+  /// is missing 5, 6 or 7.
+  RunOutcome checkComplete() const;
   /// The centre of the lower-left cell, z = 0. \pre x, y and cellSize are there.
   Heron::PhysicalSpace::point origin() const;
 };
@@ -35,8 +38,9 @@ struct EsriHeaderRules {
   bool skipEmptyLines = false;  ///< an empty line counts for the header, even as its first line
 };
 
-/// Reads the header of a file. \return a RasterStatus: 0, 1, 3 or 4; which values are there is for
-/// the caller to check.
-int readEsriHeader(const std::string& path, const EsriHeaderRules& rules, EsriHeader& header);
+/// Reads the header of a file from its start. \return a RasterStatus: 0, 1, 3 or 4; which values
+/// are there is for the caller to check.
+RunOutcome readEsriHeader(Larder::Text::LineReader& input, const EsriHeaderRules& rules,
+                          EsriHeader& header);
 
 }  // namespace Recast

@@ -4,44 +4,83 @@
 #include <iostream>
 
 #include "recast/larder/console.h"
-#include "recast/raster/esri_header.h"
+#include "recast/raster/esri_body.h"
 #include "recast/raster/height_tile.h"
 #include "recast/raster/raster_point_cloud.h"
 #include "recast/raster/raster_status.h"
 #include "recast/raster/world_frame.h"
+#include "recast/recastbase/run_output.h"
+#include "recast/recastbase/run_report.h"
 #include "recast/sheaf/bundle.h"
 
 namespace Recast {
 namespace {
 
-int convertRaster(const std::string& path, const std::string& outputPath,
-                  const std::string& uniformGridName, const std::string& pointGridName) {
-  EsriHeader header;
-  if (const int status = readEsriHeader(path, {}, header); status != kRasterDone) return status;
-  if (const int status = header.firstMissing(); status != kRasterDone) return status;
-  const double cellSize = *header.cellSize;
+struct RasterOutput {
+  const std::string& path;
+  const std::string& uniformGridName;
+  const std::string& pointGridName;
+};
 
-  const Quilt::BundlePtr bundle(new Quilt::Bundle);
-  bundle->bindToNew(outputPath);
-  if (!bundle) return kCannotBindOutput;
-  std::cout << "###################################" << std::endl;
-  const auto slice = (*bundle)[0.0];
+/// Reads the heights behind a header and stores them, with their point cloud, in a bundle.
+RunOutcome storeRaster(Larder::Text::LineReader& input, const EsriHeader& header,
+                       Quilt::Bundle& bundle, const RasterOutput& output) {
+  const double cellSize = *header.cellSize;
+  const auto slice = bundle[0.0];
   const ElevationGrid tiles = ElevationGrid::in(
-      *slice, WorldFrame::gridName(uniformGridName, WorldFrame::kUniformPrefix, cellSize));
+      *slice, WorldFrame::gridName(output.uniformGridName, WorldFrame::kUniformPrefix, cellSize));
   const auto origin = header.origin();
-  const auto offset = WorldFrame::offsetOf(origin, cellSize, cellSize, path);
-  const std::string fragmentName = "Offset" + to_string(offset);
-  tiles.place(fragmentName, offset);
+  const auto offset = WorldFrame::offsetOf(origin, cellSize, cellSize);
   {
     HeightHandle heights;
-    int status = makeEsriHeights(path, *header.columns, *header.rows, heights);
-    if (status == kRasterDone) status = readEsriBody(path, header.lines, *heights);
-    if (status != kRasterDone) return status;
-    tiles.store(fragmentName, heights);
+    RunOutcome outcome = makeEsriHeights(input, header, heights);
+    if (outcome.isDone()) outcome = readEsriBody(input, header, *heights);
+    if (!outcome.isDone()) return outcome;
+    tiles.store("Offset" + to_string(offset), offset, heights);
   }
+  WorldFrame::reportIfOutside(origin, cellSize, cellSize, input.path());
   Larder::Console() << " -----> myUniGrid: " << tiles.grid->xml();
   return deriveRasterPointCloud(*slice, *tiles.elevation, origin, {cellSize, cellSize, cellSize},
-                                header.noData.value_or(EsriHeader::kDefaultNoData), pointGridName);
+                                header.noData.value_or(EsriHeader::kDefaultNoData),
+                                output.pointGridName);
+}
+
+RunOutcome convertRaster(const std::string& path, const RasterOutput& output) {
+  Larder::Text::LineReader input(path);
+  EsriHeader header;
+  RunOutcome outcome = readEsriHeader(input, {}, header);
+  if (outcome.isDone()) outcome = header.checkComplete();
+  if (!outcome.isDone()) return outcome;
+
+  const Quilt::BundlePtr bundle(new Quilt::Bundle);
+  const auto bound = bundle->bindToNew(output.path);
+  if (!bundle) return {kCannotBindOutput, bound.text};
+  std::cout << "###################################" << std::endl;
+  RunOutput whole(bundle, output.path, {path});
+  try {
+    outcome = storeRaster(input, header, *bundle, output);
+  } catch (...) {
+    whole.abandon();
+    throw;
+  }
+  if (outcome.isDone())
+    whole.complete();
+  else
+    whole.abandon();
+  return outcome;
+}
+
+RunOutcome convertRasters(const Larder::StringList& files, const RasterOutput& output) {
+  const std::string* former = nullptr;
+  for (const std::string& path : files) {
+    RunOutcome outcome = convertRaster(path, output);
+    if (!outcome.isDone()) return outcome;
+    if (former != nullptr)
+      reportNotice(output.path + ": what " + *former + " gave was replaced by what " + path +
+                   " gave; the terrain import merges rasters");
+    former = &path;
+  }
+  return {};
 }
 
 }  // namespace
@@ -51,15 +90,10 @@ int converterEsriRasterToQ8(const Larder::StrongPtr<Larder::StringList, Larder::
                             const Larder::StrongPtr<Larder::LoaderProgress, Larder::InterfaceBase>&,
                             const std::string& uniformGridName, const std::string& pointGridName) {
   const auto start = std::chrono::system_clock::now();
-  const std::string* former = nullptr;
-  for (const std::string& path : *files) {
-    if (former != nullptr)
-      Larder::Console() << outputPath << ": holds " << *former << " and is about to be replaced by "
-                        << path << "; the terrain import merges rasters.";
-    const int status = convertRaster(path, outputPath, uniformGridName, pointGridName);
-    if (status != kRasterDone) return status;
-    former = &path;
-  }
+  const int status = reportedRun(outputPath, [&] {
+    return convertRasters(*files, {outputPath, uniformGridName, pointGridName});
+  });
+  if (status != kRasterDone) return status;
   const auto elapsed =
       std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now() - start);
   Larder::Console() << "Done GrdToQ8: Elapsed time: " << static_cast<int>(elapsed.count()) << "s\n";

@@ -20,21 +20,20 @@ class FragIt : public Quilt::FragmentIterator {
  public:
   FragIt(const PointCloudGrid& grid, double noData, const PhysicalSpace::point& origin,
          const PhysicalSpace::vector& cell)
-      : grid_(grid),
-        noData_(noData),
-        origin_(origin),
-        cell_(cell),
-        known_(grid.positions->getFragmentIDCollection()) {}
+      : grid_(grid), noData_(noData), origin_(origin), cell_(cell) {}
 
   bool apply(const Larder::StrongPtr<Quilt::FragmentID>& fragment,
              const Quilt::CreatorHandle& creator) override {
     const std::string name = fragment ? fragment->name() : std::string();
-    if (known_ && known_->findFragmentIDByName(name)) return true;
+    // Heights and points of one grid share their fragments, so that the data counts, not the name.
+    if (grid_.positions->getCreatorByName(name)) return true;
     const auto heights = creator->create(false).castTo<HeightArray>();
     if (!heights) return false;
     const RasterCloud cloud = walkRaster(*heights, noData_, cell_, origin_);
-    grid_.positions->makeFragmentID(name);
-    if (!cloud.points->empty()) grid_.store(name, cloud, cell_.x());
+    const auto cloudFragment = grid_.positions->makeFragmentID(name);
+    if (cloud.points->empty()) return true;
+    setCellSize(grid_.storePoints(cloudFragment, cloud), cell_.x());
+    grid_.storeNormals(cloudFragment, cloud);
     return true;
   }
 
@@ -43,40 +42,47 @@ class FragIt : public Quilt::FragmentIterator {
   double noData_;
   const PhysicalSpace::point& origin_;
   const PhysicalSpace::vector& cell_;
-  Larder::StrongPtr<Quilt::FragmentIDCollection> known_;
 };
 
 }  // namespace
 
-int PointCloudGrid::in(Quilt::Slice& slice, const std::string& name, PointCloudGrid& result) {
+RunOutcome PointCloudGrid::in(Quilt::Slice& slice, const std::string& name,
+                              PointCloudGrid& result) {
+  const std::string missing = "the grid \"" + name + "\" can't hold the field \"";
   const auto representation = slice[name]->makeCartesianRepresentation(3, "", 0);
   result.positions = (*representation)[Quilt::Representation::kPositions];
-  if (!result.positions) return kNoPositions;
+  if (!result.positions) return {kNoPositions, missing + Quilt::Representation::kPositions + "\""};
   result.normals = (*representation)[Quilt::TriangularSurface::NormalVectorFieldName];
-  return result.normals ? kRasterDone : kNoNormals;
+  if (!result.normals)
+    return {kNoNormals, missing + Quilt::TriangularSurface::NormalVectorFieldName + "\""};
+  return {};
 }
 
-Quilt::CreatorHandle PointCloudGrid::store(const std::string& fragmentName,
-                                           const RasterCloud& cloud, double cellSize) const {
-  auto& cache = Larder::Cache::MemCache();
-  const auto fragment = positions->makeFragmentID(fragmentName);
-  positions->setPersistentData(wrapped(cloud.points), fragment, cache, "");
-  const auto creator = positions->getCreator(fragment);
-  creator->setAttribute("CellSize", Larder::singleValue(cellSize));
-  normals->setPersistentData(wrapped(cloud.normals), fragment, cache, "");
-  return creator;
+Quilt::CreatorHandle PointCloudGrid::storePoints(
+    const Larder::StrongPtr<Quilt::FragmentID>& fragment, const RasterCloud& cloud) const {
+  return positions->setPersistentData(wrapped(cloud.points), fragment, Larder::Cache::MemCache(),
+                                      "");
 }
 
-int deriveRasterPointCloud(Quilt::Slice& slice, const Quilt::Field& elevation,
-                           const PhysicalSpace::point& origin, const PhysicalSpace::vector& cell,
-                           double noData, const std::string& pointGridName) {
+void PointCloudGrid::storeNormals(const Larder::StrongPtr<Quilt::FragmentID>& fragment,
+                                  const RasterCloud& cloud) const {
+  normals->setPersistentData(wrapped(cloud.normals), fragment, Larder::Cache::MemCache(), "");
+}
+
+void setCellSize(const Quilt::CreatorHandle& positions, double cellSize) {
+  positions->setAttribute("CellSize", Larder::singleValue(cellSize));
+}
+
+RunOutcome deriveRasterPointCloud(Quilt::Slice& slice, const Quilt::Field& elevation,
+                                  const PhysicalSpace::point& origin,
+                                  const PhysicalSpace::vector& cell, double noData,
+                                  const std::string& pointGridName) {
   PointCloudGrid grid;
   const std::string name = WorldFrame::gridName(pointGridName, WorldFrame::kPointPrefix, cell.x());
-  if (const int status = PointCloudGrid::in(slice, name, grid); status != kRasterDone)
-    return status;
+  if (RunOutcome outcome = PointCloudGrid::in(slice, name, grid); !outcome.isDone()) return outcome;
   FragIt iterator(grid, noData, origin, cell);
   elevation.iterate(iterator, nullptr);
-  return kRasterDone;
+  return {};
 }
 
 }  // namespace Recast

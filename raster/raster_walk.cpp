@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <new>
+
+#include "recast/raster/height_memory.h"
 
 namespace Recast {
 namespace {
@@ -92,18 +95,33 @@ class MemoryAhead {
   std::size_t brought_ = 0;
 };
 
+/// How many points to have room for: one per cell or, where the machine has not that much memory,
+/// one per cell that holds a value. \throw std::bad_alloc
+std::uint64_t roomFor(const HeightArray& heights, const Walk& walk) {
+  constexpr std::size_t kPointAndNormal =
+      sizeof(PhysicalSpace::point) + sizeof(PhysicalSpace::bivector);
+  const std::uint64_t cells = heights.nElements();
+  if (fitsMemory(cells, kPointAndNormal)) return cells;
+  std::uint64_t values = 0;
+  const float* const first = heights.data + heights.getHyperslabParameters().first * heights.stride;
+  for (std::uint64_t cell = 0; cell < cells; ++cell)
+    values += walk.holdsValue(first[cell * heights.stride]) ? 1 : 0;
+  if (!fitsMemory(values, kPointAndNormal)) throw std::bad_alloc();
+  return values;
+}
+
 }  // namespace
 
 RasterCloud walkRaster(const HeightArray& heights, double noData, const PhysicalSpace::vector& cell,
                        const PhysicalSpace::point& origin) {
   const auto& [nx, ny, nz] = std::array{heights.dims[0], heights.dims[1], heights.dims[2]};
-  const std::uint64_t cells = heights.dims.product();
+  const Walk walk{heights, noData, cell.x(), cell.y(), origin};
+  const std::uint64_t room = heights.data == nullptr ? 0 : roomFor(heights, walk);
   RasterCloud cloud;
-  cloud.points = Larder::makeStrong<Larder::Chunk<PhysicalSpace::point>>(cells, true);
-  cloud.normals = Larder::makeStrong<Larder::Chunk<PhysicalSpace::bivector>>(cells, true);
+  cloud.points = Larder::makeStrong<Larder::Chunk<PhysicalSpace::point>>(room, true);
+  cloud.normals = Larder::makeStrong<Larder::Chunk<PhysicalSpace::bivector>>(room, true);
   if (heights.data == nullptr) return cloud;
   MemoryAhead memory(cloud);
-  const Walk walk{heights, noData, cell.x(), cell.y(), origin};
   const std::uint64_t rowStep = nx * heights.stride;
   const float* row = heights.data + heights.getHyperslabParameters().first * heights.stride;
   for (std::uint64_t k = 0; k < nz; ++k)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "recast/raster/esri_body.h"
+#include "recast/raster/height_array.h"
 
 namespace Recast {
 
@@ -18,7 +18,8 @@ struct RasterCloud {
 /// along x and y, from the differences of the neighbours' heights over two cells; a neighbour
 /// outside the raster or without a value counts as high as the cell itself, at the same distance.
 /// It is of unit length only where the tangents are perpendicular. \param cell the steps along x
-/// and y. \param origin the centre of cell (0, 0, 0). \throw std::bad_alloc, std::length_error
+/// and y. \param origin the centre of cell (0, 0, 0). \throw std::bad_alloc, also if the machine
+/// has not that much memory; std::length_error
 RasterCloud walkRaster(const HeightArray& heights, double noData,
                        const Heron::PhysicalSpace::vector& cell,
                        const Heron::PhysicalSpace::point& origin);

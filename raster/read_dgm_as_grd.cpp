@@ -1,45 +1,48 @@
-#include "recast/grid_lookups/string_util.h"
-#include "recast/raster/esri_header.h"
-#include "recast/raster/height_tile.h"
+#include "recast/raster/esri_body.h"
 #include "recast/raster/raster_status.h"
 #include "recast/raster/terrain_import.h"
+#include "recast/raster/terrain_readers.h"
 #include "recast/raster/world_frame.h"
 
 namespace Recast {
 namespace {
 
 /// Takes the header's values over, one after the other, until one is missing.
-int takeOver(const EsriHeader& header, double& noData, Heron::PhysicalSpace::vector& cellSize,
-             Heron::PhysicalSpace::point& origin) {
-  const int missing = header.firstMissing();
-  if (missing == kNoDimensions || missing == kNoLowerLeft) return missing;
-  origin = {*header.x, *header.y, 0.0};
-  if (missing == kNoCellSize) return missing;
-  cellSize = {*header.cellSize, *header.cellSize, *header.cellSize};
-  noData = header.noData.value_or(noData);
-  origin = header.origin();
-  return kRasterDone;
+RunOutcome takeOver(const EsriHeader& header, const TileResults& results) {
+  RunOutcome complete = header.checkComplete();
+  if (header.columns && header.rows && header.x && header.y)
+    results.origin = {*header.x, *header.y, 0.0};
+  if (!complete.isDone()) return complete;
+  results.cellSize = {*header.cellSize, *header.cellSize, *header.cellSize};
+  results.noData = header.noData.value_or(results.noData);
+  results.origin = header.origin();
+  return {};
 }
 
 }  // namespace
 
+RunOutcome readRasterTile(Quilt::Bundle& bundle, Larder::Text::LineReader& input,
+                          const TileResults& results) {
+  EsriHeader header;
+  RunOutcome outcome = readEsriHeader(input, {.skipEmptyLines = true}, header);
+  if (outcome.isDone()) outcome = takeOver(header, results);
+  if (!outcome.isDone()) return outcome;
+  results.gridName =
+      WorldFrame::gridName(results.gridName, WorldFrame::kUniformPrefix, results.cellSize.x());
+  HeightHandle heights;
+  outcome = makeEsriHeights(input, header, heights);
+  if (outcome.isDone()) outcome = readEsriBody(input, header, *heights);
+  if (outcome.isDone()) storeTile(bundle, input.path(), results, heights);
+  return outcome;
+}
+
 int readDGMAsGrd(Quilt::BundlePtr& bundle, const std::string& path, const TerrainProgress&,
                  double& noData, Heron::PhysicalSpace::vector& cellSize,
                  Heron::PhysicalSpace::point& origin, std::string& gridName) {
-  EsriHeader header;
-  int status = readEsriHeader(path, {.skipEmptyLines = true}, header);
-  if (status == kRasterDone) status = takeOver(header, noData, cellSize, origin);
-  if (status != kRasterDone) return status;
-  gridName = WorldFrame::gridName(gridName, WorldFrame::kUniformPrefix, cellSize.x());
-  HeightHandle heights;
-  status = makeEsriHeights(path, *header.columns, *header.rows, heights);
-  if (status != kRasterDone) return status;
-  status = readEsriBody(path, header.lines, *heights);
-  if (status != kRasterDone) return status;
-  auto offset = WorldFrame::offsetOf(origin, cellSize.x(), cellSize.y(), path);
-  std::string tileName = Larder::StringUtil::basename(path);
-  addToUniformGrid(bundle, gridName, offset, tileName, heights);
-  return kRasterDone;
+  return reportedRun(path, [&] {
+    Larder::Text::LineReader input(path);
+    return readRasterTile(*bundle, input, {noData, cellSize, origin, gridName});
+  });
 }
 
 }  // namespace Recast

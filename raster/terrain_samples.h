@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "recast/perch/fixed_array.h"
+#include "recast/recastbase/run_report.h"
+#include "recast/text_input/line_reader.h"
 
 namespace Recast {
 
@@ -27,19 +29,22 @@ class TerrainSamples {
   double spacing() const { return spacing_; }
   /// The smallest x and y; z = 0.
   Heron::PhysicalSpace::point origin() const { return {minimum_[0], minimum_[1], 0.0}; }
-  /// Nodes along x and y between the smallest and the largest coordinates.
-  std::array<std::uint32_t, 2> dimensions() const;
+  /// Nodes along x and y between the smallest and the largest coordinates; none if an axis has more
+  /// than 32 bits can count.
+  std::optional<std::array<std::uint32_t, 2>> dimensions() const;
   /// Puts each height in its place of a raster of `dimensions()`, x fastest, a later one in the
-  /// place of an earlier one. \return false at the first one that falls outside.
-  bool placeInto(float* raster) const;
+  /// place of an earlier one. \return the number of the first sample that falls outside, counted
+  /// from 0, or none.
+  std::optional<std::size_t> placeInto(float* raster) const;
 
  private:
-  std::uint32_t nearest(double coordinate, std::size_t axis) const;
+  std::optional<std::uint32_t> nearest(double coordinate, std::size_t axis) const;
 
   double spacing_ = 0.0;
   Heron::PhysicalSpace::point reference_{0.0, 0.0, 0.0};
   double minimum_[2] = {1000000000.0, 1000000000.0};
   double maximum_[2] = {-1000000000.0, -1000000000.0};
+  std::optional<std::size_t> unplaced_;  ///< the first sample that has no place at all
   std::vector<float> heights_;
   std::vector<std::array<std::uint32_t, 2>> positions_;  // equal in length and order to heights_
 };
@@ -51,12 +56,12 @@ std::optional<double> spacingOf(const Heron::PhysicalSpace::point& a,
 
 /// Reads the lines x, y, z of a text file.
 /// \param spacing known from elsewhere; else it comes from the first two lines.
-/// \return a RasterStatus: 0, 7 or 19. \throw std::out_of_range for a number beyond float range.
-int readSamplesFromText(const std::string& path, std::optional<double> spacing,
-                        TerrainSamples& samples);
+/// \return a RasterStatus: 0, 1, 7 or 19. \throw std::out_of_range for a number beyond float range.
+RunOutcome readSamplesFromText(Larder::Text::LineReader& input, std::optional<double> spacing,
+                               TerrainSamples& samples);
 
 /// Takes the points of the one grid of a bundle file. The spacing comes from the first two points
-/// of the first fragment that has data. \return a RasterStatus: 0, 7, 8, 16 or 17.
-int readSamplesFromBundle(const std::string& path, TerrainSamples& samples);
+/// of the first fragment that has points. \return a RasterStatus: 0, 7, 8, 16 or 17.
+RunOutcome readSamplesFromBundle(const std::string& path, TerrainSamples& samples);
 
 }  // namespace Recast

@@ -15,10 +15,13 @@ Heron::PhysicalSpace::point upperCorner();
 Quilt::MultiIndex<3> vertices();
 
 /// The place of a raster in cells from the frame's lower corner, truncated; z is 0. A raster left
-/// of or below the frame has no such place: it gets 0 there, and the console tells, naming `file`.
+/// of or below the frame has no such place: it gets 0 there.
 /// \param origin the centre of the lower-left cell.
-Quilt::MultiIndex<3> offsetOf(const Heron::PhysicalSpace::point& origin, double cellX, double cellY,
-                              const std::string& file);
+Quilt::MultiIndex<3> offsetOf(const Heron::PhysicalSpace::point& origin, double cellX,
+                              double cellY);
+/// Gives the run's report a notice, for the raster of that file, if it got a 0 for that reason.
+void reportIfOutside(const Heron::PhysicalSpace::point& origin, double cellX, double cellY,
+                     const std::string& file);
 
 /// `name`, or if that is empty `prefix` followed by the cell size truncated to an int.
 std::string gridName(const std::string& name, const char* prefix, double cellSize);

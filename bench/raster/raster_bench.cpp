@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include "recast/larder/console.h"
-#include "recast/raster/esri_header.h"
+#include "recast/raster/esri_body.h"
 #include "recast/raster/esri_raster_to_q8.h"
 #include "recast/raster/height_tile.h"
 #include "recast/raster/raster_walk.h"
@@ -79,10 +79,13 @@ bool isTheTerrain(const Recast::HeightArray& heights) {
 
 Recast::HeightHandle readTerrain() {
   Recast::EsriHeader header;
-  const std::string path = Terrain::get().path("in.asc");
-  if (Recast::readEsriHeader(path, {}, header) != 0) return nullptr;
-  const auto heights = Recast::makeHeights(*header.columns, *header.rows);
-  return Recast::readEsriBody(path, header.lines, *heights) == 0 ? heights : nullptr;
+  Larder::Text::LineReader input(Terrain::get().path("in.asc"));
+  Recast::HeightHandle heights;
+  if (!Recast::readEsriHeader(input, {}, header).isDone() ||
+      !Recast::makeEsriHeights(input, header, heights).isDone() ||
+      !Recast::readEsriBody(input, header, *heights).isDone())
+    return nullptr;
+  return heights;
 }
 
 /// The limit: every token of the mapped file through the number parser into an array.
@@ -121,8 +124,7 @@ void storeTile(const Recast::HeightHandle& heights) {
   const Quilt::BundlePtr bundle(new Quilt::Bundle);
   bundle->bindToNew(Terrain::get().path("stage.q8"));
   const auto tiles = Recast::ElevationGrid::in(*(*bundle)[0.0], "heights");
-  tiles.place("tile", {0, 0, 0});
-  tiles.store("tile", heights);
+  tiles.store("tile", {0, 0, 0}, heights);
 }
 
 /// From the text to the stored field "Elevation", without the point cloud.

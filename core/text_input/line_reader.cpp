@@ -1,5 +1,6 @@
 #include "recast/text_input/line_reader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -8,15 +9,12 @@
 #include <unistd.h>
 
 namespace Larder::Text {
-namespace {
 
-/// Fits into the second-level cache, so that the parser finds there what the system has copied.
-constexpr std::size_t kBlockSize = std::size_t{256} << 10;
-
-}  // namespace
-
+// A block fits into the second-level cache, so that the parser finds there what the system has
+// copied.
 LineReader::LineReader(const std::string& path)
-    : buffer_(std::make_unique_for_overwrite<char[]>(kBlockSize)),
+    : path_(path),
+      buffer_(std::make_unique_for_overwrite<char[]>(kBlockSize)),
       capacity_(kBlockSize),
       at_(buffer_.get()),
       end_(buffer_.get()),
@@ -38,8 +36,14 @@ LineReader::~LineReader() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-std::string LineReader::reason() const {
-  return failed() ? std::generic_category().message(error_) : std::string();
+std::string LineReader::failure() const {
+  if (!failed()) return {};
+  if (!isOpen()) return path_ + ": can't be opened: " + std::generic_category().message(error_);
+  if (error_ == ESPIPE)
+    return path_ + ": can't be read a second time: it is no regular file, and the first " +
+           std::to_string(kBlockSize) + " bytes, which are kept, don't suffice";
+  return path_ + ": can't be read behind line " + std::to_string(lineNumber_) + ": " +
+         std::generic_category().message(error_);
 }
 
 bool LineReader::skip(std::uint64_t count) {
@@ -47,6 +51,42 @@ bool LineReader::skip(std::uint64_t count) {
   for (; count > 0; --count)
     if (!next(line)) return false;
   return true;
+}
+
+bool LineReader::nextPiece(std::size_t most, std::string_view& piece) {
+  std::size_t size = 0;
+  for (;;) {
+    const std::size_t unread = std::min(static_cast<std::size_t>(end_ - at_), most);
+    const void* const feed = std::memchr(at_, '\n', unread);
+    size = feed == nullptr ? unread
+                           : static_cast<std::size_t>(static_cast<const char*>(feed) - at_) + 1;
+    if (feed != nullptr || size == most) break;
+    if (readBlock()) continue;
+    if (failed() || size == 0) return false;
+    break;
+  }
+  piece = {at_, size};
+  at_ += size;
+  lineNumber_ += isLineStart_ ? 1 : 0;
+  isLineStart_ = piece.back() == '\n';
+  return true;
+}
+
+bool LineReader::rewind() {
+  if (!holdsStart_) {
+    if (failed()) return false;
+    if (lseek(descriptor_, 0, SEEK_SET) < 0) {
+      error_ = errno;
+      return false;
+    }
+    end_ = buffer_.get();
+    mayHoldNul_ = false;
+    holdsStart_ = true;
+  }
+  at_ = buffer_.get();
+  lineNumber_ = 0;
+  isLineStart_ = true;
+  return isOpen();
 }
 
 /// Reads on until the line that starts at `at_` is whole; what it has so far holds no line feed.
@@ -78,15 +118,17 @@ bool LineReader::readBlock() {
   } while (got < 0 && errno == EINTR);
   if (got < 0) error_ = errno;
   if (got <= 0) return false;
-  const bool unreadMay = mayHoldNul_ && at_ != end_;
+  const bool unreadMay = mayHoldNul_ && (at_ != end_ || holdsStart_);
   mayHoldNul_ = unreadMay || std::memchr(end_, '\0', static_cast<std::size_t>(got)) != nullptr;
   end_ += got;
   return true;
 }
 
 /// Moves what is unread to the front, and into a larger buffer if it fills more than half of this
-/// one.
+/// one. The start of the file stays where it is while there is room behind it.
 void LineReader::makeRoom() {
+  if (holdsStart_ && end_ != buffer_.get() + capacity_) return;
+  holdsStart_ = false;
   const auto unread = static_cast<std::size_t>(end_ - at_);
   if (unread > capacity_ / 2) {
     auto larger = std::make_unique_for_overwrite<char[]>(2 * capacity_);

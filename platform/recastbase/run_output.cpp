@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "recast/larder/console.h"
+#include "recast/recastbase/run_report.h"
 
 namespace Recast {
 
@@ -15,12 +15,13 @@ bool isSameFile(const std::string& a, const std::string& b) {
 RunOutput::RunOutput(const Quilt::BundlePtr& bundle, const std::string& target,
                      const std::vector<std::string>& inputs)
     : bundle_(bundle),
+      target_(target),
       targetIsInput_(std::any_of(inputs.begin(), inputs.end(), [&](const std::string& input) {
         return isSameFile(input, target);
       })) {}
 
 RunOutput::~RunOutput() {
-  if (completed_) return;
+  if (isEnded_) return;
   if (targetIsInput_ || bundle_->storedFragments() == 0) {
     bundle_->abandon();
     return;
@@ -28,13 +29,18 @@ RunOutput::~RunOutput() {
   try {
     bundle_->complete();
   } catch (const std::exception& error) {
-    Larder::Console() << error.what() << "; the file was not completed.";
+    reportNotice(target_ + ": what was stored could not be kept: " + error.what());
   }
 }
 
 void RunOutput::complete() {
-  completed_ = true;
+  isEnded_ = true;
   bundle_->complete();
+}
+
+void RunOutput::abandon() {
+  isEnded_ = true;
+  bundle_->abandon();
 }
 
 }  // namespace Recast

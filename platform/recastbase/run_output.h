@@ -16,7 +16,9 @@ RECAST_API bool isSameFile(const std::string& a, const std::string& b);
 ///   if there was nothing to store.
 /// - A run that fails, by status or exception, leaves the target as it was if it has stored no
 ///   fragment, or if the target is one of its inputs. Otherwise the file is completed with the
-///   fragments stored so far.
+///   fragments stored so far; if that fails too, the run's report has a notice of it.
+///
+/// To be made inside the scope of the run's report, as soon as the bundle is bound.
 class RunOutput {
  public:
   /// \pre the bundle is bound to `target`. \param inputs the files that the run reads.
@@ -28,11 +30,15 @@ class RunOutput {
 
   /// \throw Quilt::StorageError if the file can't be completed; the target is unchanged then.
   void complete();
+  /// For a run whose fragments are worth nothing without those that are missing: the target stays
+  /// as it was, whatever was stored.
+  void abandon();
 
  private:
   Quilt::BundlePtr bundle_;
+  std::string target_;
   bool targetIsInput_;
-  bool completed_ = false;
+  bool isEnded_ = false;
 };
 
 }  // namespace Recast

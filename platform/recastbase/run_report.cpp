@@ -1,6 +1,7 @@
 #include "recast/recastbase/run_report.h"
 
-#include <utility>
+#include <exception>
+#include <new>
 
 namespace Recast {
 namespace {
@@ -28,6 +29,18 @@ void reportFailure(std::string sentence) {
 
 void reportNotice(std::string sentence) {
   report.notices.push_back(std::move(sentence));
+}
+
+void reportException(const std::string& subject) {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    reportFailure(subject + ": there is not enough memory");
+  } catch (const std::exception& error) {
+    reportFailure(error.what());
+  } catch (...) {
+    reportFailure(subject + ": an exception of an unknown kind");
+  }
 }
 
 }  // namespace Recast

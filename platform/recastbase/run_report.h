@@ -1,17 +1,19 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "recast/larder/export.h"
 
 namespace Recast {
 
-/// What a conversion reports beside its status. Each text is one sentence that names the file and,
-/// where there is one, the line.
+/// What a conversion reports beside its status. Each text is one sentence that names the file as
+/// the caller did and, where there is one, the line and the column.
 struct RECAST_API RunReport {
-  std::string failure;               ///< why the run failed; empty if it succeeded
-  std::vector<std::string> notices;  ///< what a successful run left out or replaced, in order
+  std::string failure;  ///< why the run failed or what it threw; empty if it succeeded
+  /// What the run left out or replaced, in order, and what it could not do after its failure.
+  std::vector<std::string> notices;
 };
 
 /// The report of the last conversion that was called on this thread; empty before the first one.
@@ -30,5 +32,33 @@ class RunReportScope {
 /// For converters, inside a scope: sets the failure in place of a former one, or adds a notice.
 void reportFailure(std::string sentence);
 void reportNotice(std::string sentence);
+
+/// For converters: how a step ended.
+struct [[nodiscard]] RunOutcome {
+  int status = 0;
+  std::string failure;  ///< the sentence for the report; empty for the status 0
+
+  bool isDone() const { return status == 0; }
+};
+
+/// For converters, called while an exception is handled: its text is the failure.
+/// \param subject begins the sentence for a lack of memory.
+void reportException(const std::string& subject);
+
+/// For converters: does the work of one exported call inside a scope. What it returns, or throws,
+/// is the report's failure. \param subject the file that the call is about. \param work gives a
+/// RunOutcome. \return its status.
+template <class Work>
+int reportedRun(const std::string& subject, Work work) {
+  const RunReportScope scope;
+  try {
+    RunOutcome outcome = work();
+    reportFailure(std::move(outcome.failure));
+    return outcome.status;
+  } catch (...) {
+    reportException(subject);
+    throw;
+  }
+}
 
 }  // namespace Recast

@@ -1,6 +1,8 @@
 #include <csignal>
 
 #include "column_files.h"
+#include "support/input_pipe.h"
+#include "support/program_run.h"
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
@@ -9,6 +11,7 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using TestSupport::ColumnConversion;
+using TestSupport::InputPipe;
 using TestSupport::RecordingProgress;
 
 std::string tooFew(int line, int columns) {
@@ -38,7 +41,7 @@ TEST(BadColumnText, EndsTheRunWithItsStatusAndKeepsTheFilesBefore) {
       {"4;word\n", 4, "4;word at nr: 2", noValue(1, "word", 1, "F")},
       {"2147483648;1\n", 4, "2147483648;1 at nr: 2", noValue(1, "2147483648", 0, "N")},
       {"x;y\n", 4, "x;y at nr: 2", noValue(1, "y", 1, "F")},  // floats come before ints
-      {mark + "4;5\n", 4, mark + "4;5 at nr: 2" + marked, noValue(1, mark + "4", 0, "N") + marked},
+      {mark + "4;5\n", 4, mark + "4;5 at nr: 2", noValue(1, mark + "4", 0, "N") + marked},
       {"4;5\n" + mark + "6;7\n", 4, mark + "6;7 at nr: 3", noValue(2, mark + "6", 0, "N")},
   };
   for (const auto& bad : cases) {
@@ -56,6 +59,7 @@ TEST(BadColumnText, EndsTheRunWithItsStatusAndKeepsTheFilesBefore) {
     EXPECT_THAT(run.values<int>("N", "good_0"), ElementsAre(1, 3));
     EXPECT_EQ(run.console.messages().back(), "Bad line is: " + bad.message);
     EXPECT_THAT(progress->messages, ElementsAre(run.folder / "bad.txt" + ", " + bad.reason));
+    EXPECT_EQ(Recast::lastRunReport().failure, progress->messages[0]);
   }
 }
 
@@ -76,35 +80,78 @@ TEST(BadColumnText, TextBehindANulIsNotSeen) {
   EXPECT_THAT(run.values<int>("N"), ElementsAre(1, 2, 4));
 }
 
-TEST(BadColumnText, FilesThatCannotBeReadAreToldOf) {
-  ColumnConversion run;
-  const auto progress = Larder::makeStrong<RecordingProgress>();
-  run.progress = progress;
-  run.converter.addColumn("int", "N", {0});
-  run.folder.write("a.txt", "1\n");
-  std::filesystem::create_directory(run.folder / "folder");
-  std::filesystem::create_symlink("/proc/self/mem", run.folder / "unreadable");
-  EXPECT_EQ(run.convert({"a.txt", "unreadable", "folder", "a.txt"}), 1);
-  EXPECT_THAT(run.fragments("N"), ElementsAre("a_0"));
-  EXPECT_EQ(run.convert({"missing.txt"}), 1);
-  EXPECT_EQ(run.standardOutput, " file name " + run.folder / "missing.txt" + "\n");
-  EXPECT_THAT(
-      progress->messages,
-      ElementsAre(run.folder / "folder" + ": can't be opened: Is a directory",
-                  run.folder / "missing.txt" + ": can't be opened: No such file or directory"));
-  EXPECT_THAT(
-      run.console.messages(),
-      ElementsAre(run.folder / "unreadable" + ": reading ended behind line 0: Input/output error"));
+TEST(BadColumnText, FilesThatCannotBeOpenedOrReadOnAreFailures) {
+  const struct {
+    std::string file;
+    std::string failure;  // behind the path
+    std::vector<int> lines;
+  } cases[] = {{"missing", ": can't be opened: No such file or directory", {}},
+               {"folder", ": can't be opened: Is a directory", {}},
+               {"unreadable", ": can't be read behind line 0: Input/output error", {}},
+               {"pipe", ": can't be read behind line 2: Is a directory", {3, 4}}};
+  for (const auto& bad : cases) {
+    SCOPED_TRACE(bad.file);
+    ColumnConversion run;
+    const auto progress = Larder::makeStrong<RecordingProgress>();
+    run.progress = progress;
+    run.converter.addColumn("int", "N", {0});
+    run.folder.write("a.txt", "1\n");
+    std::filesystem::create_directory(run.folder / "folder");
+    std::filesystem::create_symlink("/proc/self/mem", run.folder / "unreadable");
+    const InputPipe pipe(run.folder / "pipe", "3\n4\n56", InputPipe::End::kReadError);
+    ASSERT_EQ(run.convert({"a.txt"}), 0);
+    EXPECT_EQ(run.convert({"a.txt", bad.file, "a.txt"}), 1);
+    EXPECT_THAT(progress->messages, ElementsAre(run.folder / bad.file + bad.failure));
+    EXPECT_EQ(Recast::lastRunReport().failure, progress->messages[0]);
+    EXPECT_EQ(run.console.messages().size(), 1u) << "of the first run";
+    EXPECT_THAT(run.values<int>("N", "a_0"), ElementsAre(1));
+    EXPECT_EQ(run.values<int>("N", bad.file + "_1"), bad.lines) << "what was read is kept";
+  }
 }
 
-TEST(BadColumnOutput, ThatCannotBeBoundIsToldOfAndLeavesNothing) {
+TEST(BadColumnText, ARunWithoutAFragmentOrThatReadsItsOutputLeavesTheFormerFile) {
+  ColumnConversion run;
+  run.converter.addColumn("int", "N", {0});
+  run.folder.write("good.txt", "1\n");
+  run.folder.write("out.q8", "1\nformer");
+  std::filesystem::create_hard_link(run.folder / "out.q8", run.folder / "link");
+  EXPECT_EQ(run.convert({"missing.txt"}), 1);
+  EXPECT_EQ(run.convert({"good.txt", "link"}), 4);
+  EXPECT_EQ(TestSupport::textOf(run.folder / "out.q8"), "1\nformer");
+  EXPECT_EQ(run.standardOutput.find(" file name " + run.folder / "good.txt" + "\n"), 0u);
+}
+
+TEST(BadColumnNames, TwoTypesOfOneNameAreRefusedAtTheStart) {
+  ColumnConversion run;
+  run.folder.write("out.q8", "former");
+  EXPECT_EQ(run.converter.addColumn("float", "F", {0}), "");
+  EXPECT_EQ(run.converter.addColumn("double", "F", {1}), "");
+  EXPECT_EQ(run.convertText("1 2\n"), 5);
+  EXPECT_EQ(Recast::lastRunReport().failure,
+            run.folder / "out.q8: two columns are named \"F\" and have different types");
+  EXPECT_EQ(TestSupport::textOf(run.folder / "out.q8"), "former");
+
+  // Of one type the later one counts, of which the report has a notice.
+  run.converter.DoubleColumns.clear();
+  EXPECT_EQ(run.converter.addColumn("float", "F", {1}), "");
+  EXPECT_EQ(run.convertText("1 2\n"), 0);
+  EXPECT_THAT(run.values<float>("F"), ElementsAre(2.0F));
+  EXPECT_THAT(Recast::lastRunReport().notices,
+              ElementsAre(run.folder / "out.q8: two columns are named \"F\"; the values of the "
+                                       "later one are kept"));
+}
+
+TEST(BadColumnOutput, ThatCannotBeBoundIsReportedAndLeavesNothing) {
   ColumnConversion run;
   run.converter.addColumn("int", "N", {0});
   run.folder.write("a.txt", "1\n");
   const auto files = TestSupport::stringList({run.folder / "a.txt"});
-  for (const std::string& output : {run.folder / "no/such.q8", std::string()})
+  for (const std::string& output : {run.folder / "no/such.q8", std::string()}) {
     EXPECT_EQ(run.converter.convertASCIIToQ8(files, output, 0, 0, nullptr, {}), 5);
-  EXPECT_EQ(run.console.count("!!!!!!!! ColumnAsciiToPointCloudQ8:: cannot bindtonew: "), 2u);
+    EXPECT_EQ(run.console.messages().back(),
+              "!!!!!!!! ColumnAsciiToPointCloudQ8:: cannot bindtonew: " +
+                  Recast::lastRunReport().failure);
+  }
   EXPECT_THAT(run.folder.files(), ElementsAre("a.txt"));
 }
 
@@ -118,7 +165,12 @@ TEST(BadColumnOutput, AFullDiskIsThrownAndTheFormerFileStays) {
   getrlimit(RLIMIT_FSIZE, &former);
   const rlimit small{rlim_t{1} << 20, former.rlim_max};
   setrlimit(RLIMIT_FSIZE, &small);
-  EXPECT_THROW(run.convertText(text), Quilt::StorageError);
+  try {
+    run.convertText(text);
+    ADD_FAILURE();
+  } catch (const Quilt::StorageError& error) {
+    EXPECT_EQ(Recast::lastRunReport().failure, error.what());
+  }
   setrlimit(RLIMIT_FSIZE, &former);
   run.bundle = TestSupport::loadBundle(run.folder / "out.q8");
   EXPECT_EQ(run.values<Heron::PhysicalSpace::point>("Positions").size(), 1u);

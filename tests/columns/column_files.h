@@ -10,6 +10,7 @@
 
 #include "recast/columns/column_ascii_to_point_cloud_q8.h"
 #include "recast/columns/column_status.h"
+#include "recast/recastbase/run_report.h"
 
 namespace TestSupport {
 

@@ -1,5 +1,9 @@
 #include "raster_files.h"
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "recast/raster/terrain_import.h"
 
 namespace {
 
@@ -66,34 +70,43 @@ TEST(EsriFormat, EverySpellingGivesTheSameRaster) {
   }
 }
 
-TEST(EsriFormat, FaultsGiveTheirStatus) {
+TEST(EsriFormat, FaultsGiveTheirStatusAndTheirPlace) {
   const std::string place = "xllcorner 3000100\nyllcorner 5000200\n";
+  const std::string nowhere = "xllcorner 0\nyllcorner 0\ncellsize 10\n1\n";
+  const std::string ends = ": the header ends before this line and lacks ";
   const struct {
     int status;
     std::string text;
+    std::string failure;  // behind the path
   } cases[] = {
-      {3, "ncols abc\n"},
-      {3, header("cellsize 1e999\n") + kBody},
-      {3, "ncols\nnrows 2\n"},
-      {4, ""},
-      {4, header()},
-      {5, "1 2 3\n"},
-      {5, "\nncols 3\n"},
-      {5, "ncols 3\n" + place + "cellsize 10\n" + kBody},
-      {6, "ncols 3\nnrows 2\nxllcorner 3000100\ncellsize 10\n" + kBody},
-      {7, "ncols 3\nnrows 2\n" + place + kBody},
-      {10, header() + "1 2\n4 5 6\n"},
-      {10, header() + "1\t2\t3\n4 5 6\n"},
-      {10, header() + kBody + "\n"},
-      {10, header() + "comment 1\n" + kBody},
-      {10, header() + "x 1e39\n" + kBody},
-      {11, header() + "1 2 x\n4 5 6\n"},
-      {9, "ncols 4294967295\nnrows 4294967295\n" + place + "cellsize 10\n1\n"},
-      // More than the file's length justifies, though the machine may have the memory.
-      {9, "ncols 1\nnrows 100000000\n" + place + "cellsize 10\n1\n"},
-      {10, "ncols 100000000\nnrows 1\n" + place + "cellsize 10\n1\n"},
+      {3, "ncols abc\n", ", line 1: \"abc\" is no value for \"ncols\""},
+      {3, header("CellSize 1e999\n") + kBody, ", line 6: \"1e999\" is no value for \"CellSize\""},
+      {3, "ncols\nnrows 2\n", ", line 1: \"\" is no value for \"ncols\""},
+      {4, "", ": the file ends inside its header, after 0 lines"},
+      {4, header(), ": the file ends inside its header, after 5 lines"},
+      {5, "1 2 3\n", ", line 1" + ends + "\"ncols\""},
+      {5, "\nncols 3\n", ", line 1" + ends + "\"ncols\""},
+      {5, "ncols 3\n" + place + "cellsize 10\n" + kBody, ", line 5" + ends + "\"nrows\""},
+      {6, "ncols 3\nnrows 2\nxllcorner 3000100\ncellsize 10\n" + kBody,
+       ", line 5" + ends + "\"yllcorner\" or \"yllcenter\""},
+      {7, "ncols 3\nnrows 2\n" + place + kBody, ", line 5" + ends + "\"cellsize\""},
+      {10, header() + "1 2\n4 5 6\n", ", line 6: 2 of 3 numbers"},
+      {10, header() + "1\t2\t3\n4 5 6\n", ", line 6: 1 of 3 numbers"},
+      {10, header() + kBody + "\n", ", line 8: 0 of 3 numbers"},
+      {10, header() + "x 1e39\n" + kBody, ", line 6: 2 of 3 numbers"},
+      {11, header() + "1 2 3\n4 x 1e39\n", ", line 7, column 2: \"x\" is no number"},
+      {9, "ncols 4294967295\nnrows 4294967295\n" + nowhere,
+       ": there is no memory for 4294967295 x 4294967295 cells"},
+      {10, "ncols 100000000\nnrows 1\n" + nowhere, ", line 6: 1 of 100000000 numbers"},
   };
-  for (const auto& [status, text] : cases) EXPECT_EQ(ConvertedRaster(text).status, status) << text;
+  for (const auto& [status, text, failure] : cases) {
+    SCOPED_TRACE(text);
+    const ConvertedRaster result(text);
+    EXPECT_EQ(result.status, status);
+    EXPECT_EQ(result.report.failure, result.folder / "in.asc" + failure);
+    EXPECT_FALSE(result.bundle) << "there is no output";
+    EXPECT_TRUE(result.console.messages().empty());
+  }
 }
 
 TEST(EsriFormat, LongHeaderLinesAreReadInPieces) {
@@ -107,18 +120,54 @@ TEST(EsriFormat, LongHeaderLinesAreReadInPieces) {
   EXPECT_EQ(result.heights()->last(), 600.0F);
 }
 
-TEST(EsriFormat, RowsWithoutALineHoldZeroAndSurplusLinesAreToldOf) {
+TEST(EsriFormat, RowsWithoutALineHoldZeroAndSurplusLinesAreLeftOut) {
   const ConvertedRaster shorter("ncols 2\nnrows 3\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2\n");
   ASSERT_EQ(shorter.status, 0);
   const auto heights = shorter.heights();
   EXPECT_EQ(std::vector<float>(heights->data, heights->data + 6),
             (std::vector<float>{0, 0, 0, 0, 1, 2}));
-  EXPECT_TRUE(shorter.console.contains("in.asc: has 1 data lines for 3 rows"));
+  EXPECT_EQ(shorter.report.notices[0],
+            shorter.folder / "in.asc: has 1 data lines for 3 rows; the other rows hold 0");
+  EXPECT_EQ(shorter.report.notices.size(), 2u) << "it lies outside the world frame";
 
   const ConvertedRaster longer(header() + kBody + "7 8 9\n");
   ASSERT_EQ(longer.status, 0);
   EXPECT_EQ(longer.heights()->last(), 3.0F);
-  EXPECT_TRUE(longer.console.contains("in.asc: has 3 data lines for 2 rows"));
+  EXPECT_EQ(longer.report.notices,
+            std::vector<std::string>{
+                longer.folder /
+                "in.asc: has 3 data lines for 2 rows; those behind the last row are left out"});
+  EXPECT_EQ(longer.console.count("data lines"), 0u);
+}
+
+/// How many of the pages between two addresses are in memory.
+std::size_t residentPages(float* begin, float* end) {
+  const auto size = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto first = (reinterpret_cast<std::uintptr_t>(begin) + size - 1) / size * size;
+  std::vector<unsigned char> pages((reinterpret_cast<std::uintptr_t>(end) - first) / size);
+  EXPECT_EQ(mincore(reinterpret_cast<void*>(first), pages.size() * size, pages.data()), 0);
+  return static_cast<std::size_t>(
+      std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return page % 2 == 1; }));
+}
+
+TEST(EsriFormat, RowsWithoutALineUseNoMemory) {
+  constexpr std::uint64_t kRows = 40'000'000;
+  const TestSupport::TempFolder folder;
+  const std::string path = folder.write(
+      "in.asc", "ncols 2\nnrows 40000000\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2\n3 4\n");
+  Quilt::BundlePtr bundle(new Quilt::Bundle);
+  double noData = 0.0;
+  Heron::PhysicalSpace::vector cellSize;
+  Heron::PhysicalSpace::point origin;
+  std::string grid = "heights";
+  ASSERT_EQ(Recast::readDGMAsGrd(bundle, path, nullptr, noData, cellSize, origin, grid), 0);
+  const auto heights = TestSupport::fragmentArray<3, float>(
+      TestSupport::findField(*bundle, grid, "Elevation"), "in");
+  ASSERT_EQ(heights->nElements(), 2 * kRows);
+  float* const end = heights->data + heights->nElements();
+  EXPECT_LT(residentPages(heights->data, end), 10u);
+  EXPECT_EQ(std::vector<float>(end - 6, end), (std::vector<float>{0, 0, 3, 4, 1, 2}));
+  EXPECT_TRUE(std::all_of(heights->data, end - 4, [](float height) { return height == 0.0F; }));
 }
 
 }  // namespace

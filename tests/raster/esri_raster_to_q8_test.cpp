@@ -1,5 +1,7 @@
 #include "recast/raster/esri_raster_to_q8.h"
 
+#include <stdexcept>
+
 #include "raster_files.h"
 #include "support/in_threads.h"
 #include "support/program_run.h"
@@ -48,18 +50,60 @@ TEST(EsriRasterToQ8, DefaultGridsSpanTheWorldFrameAndCarryTheTruncatedCellSize) 
 TEST(EsriRasterToQ8, OfAListTheLastFileStaysAndAFailureEndsIt) {
   const TempFolder folder;
   const ConsoleCapture console;
+  const auto output = folder / "out.q8";
   const auto first = folder.write("first.asc", raster(1, 11));
   const auto second = folder.write("second.asc", raster(2, 22));
-  EXPECT_EQ(convert({}, folder / "out.q8"), 0);
+  EXPECT_EQ(convert({}, output), 0);
   EXPECT_EQ(console.messages(), std::vector<std::string>{"Done GrdToQ8: Elapsed time: 0s\n"});
-  EXPECT_FALSE(std::filesystem::exists(folder / "out.q8"));
-  ASSERT_EQ(convert({first, second}, folder / "out.q8"), 0);
+  EXPECT_FALSE(std::filesystem::exists(output));
+  ASSERT_EQ(convert({first, second}, output), 0);
+  EXPECT_FALSE(findField(*loadBundle(output), "DGM_CellSize_1", "Elevation"));
+  EXPECT_TRUE(findField(*loadBundle(output), "DGM_CellSize_2", "Elevation"));
+  EXPECT_EQ(Recast::lastRunReport().notices,
+            std::vector<std::string>{output + ": what " + first + " gave was replaced by what " +
+                                     second + " gave; the terrain import merges rasters"});
+  EXPECT_EQ(console.messages().size(), 4u) << "two grids, two times";
+  EXPECT_EQ(convert({first, folder / "missing.asc", second}, output), 1);
+  EXPECT_EQ(Recast::lastRunReport().failure,
+            folder / "missing.asc: can't be opened: No such file or directory");
+  EXPECT_TRUE(findField(*loadBundle(output), "DGM_CellSize_1", "Elevation"));
+}
+
+TEST(EsriRasterToQ8, ARasterThatFailsLeavesTheFormerFile) {
+  const TempFolder folder;
+  const ConsoleCapture console;
+  const auto output = folder / "out.q8";
+  ASSERT_EQ(convert({folder.write("good.asc", raster(1, 1))}, output), 0);
+  const std::string former = textOf(output);
+  const auto bad = folder.write("bad.asc", raster(2, 2) + "1 x\n1\n");
+  EXPECT_EQ(convert({bad}, output), 10);
+  std::string text = raster(2, 2);
+  text.replace(text.find("\n2 2\n") + 1, 1, "1e39");
+  try {
+    convert({folder.write("far.asc", text)}, output);
+    ADD_FAILURE() << "a height beyond the range of a float is thrown";
+  } catch (const std::out_of_range& error) {
+    EXPECT_EQ(error.what(), folder /
+                                "far.asc, line 6, column 1: \"1e39\" is beyond the range of a "
+                                "float");
+    EXPECT_EQ(Recast::lastRunReport().failure, error.what());
+  }
+  EXPECT_TRUE(textOf(output) == former);
+  EXPECT_EQ(folder.files(), (std::vector<std::string>{"bad.asc", "far.asc", "good.asc", "out.q8"}));
+}
+
+TEST(EsriRasterToQ8, GridsOfOneNameHoldHeightsAndPoints) {
+  const TempFolder folder;
+  const ConsoleCapture console;
+  const auto list = stringList({folder.write("a.asc", raster(1, 1))});
+  ASSERT_EQ(Recast::converterEsriRasterToQ8(list, folder / "out.q8", nullptr, "one", "one"), 0);
   const auto bundle = loadBundle(folder / "out.q8");
-  EXPECT_FALSE(findField(*bundle, "DGM_CellSize_1", "Elevation"));
-  EXPECT_TRUE(findField(*bundle, "DGM_CellSize_2", "Elevation"));
-  EXPECT_EQ(console.count("about to be replaced by " + second), 1u);
-  EXPECT_EQ(convert({first, folder / "missing.asc", second}, folder / "out.q8"), 1);
-  EXPECT_TRUE(findField(*loadBundle(folder / "out.q8"), "DGM_CellSize_1", "Elevation"));
+  EXPECT_TRUE((TestSupport::fragmentArray<3, float>(findField(*bundle, "one", "Elevation"),
+                                                    "Offset[0x0x0]")));
+  EXPECT_EQ(TestSupport::fragmentValues<Heron::PhysicalSpace::point>(
+                findField(*bundle, "one", "Positions"), "Offset[0x0x0]")
+                .size(),
+            4u);
 }
 
 TEST(EsriRasterToQ8, AnOutputThatCannotBeWrittenLeavesNothingBehind) {
@@ -69,6 +113,7 @@ TEST(EsriRasterToQ8, AnOutputThatCannotBeWrittenLeavesNothingBehind) {
   for (const std::string& output :
        {folder / "no/such/folder.q8", std::string(), folder.path().string()})
     EXPECT_EQ(convert({input}, output), 8) << output;
+  EXPECT_FALSE(Recast::lastRunReport().failure.empty());
   EXPECT_EQ(folder.files(), std::vector<std::string>{"a.asc"});
 }
 

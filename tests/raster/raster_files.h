@@ -7,6 +7,7 @@
 #include "support/temp_folder.h"
 
 #include "recast/raster/esri_raster_to_q8.h"
+#include "recast/recastbase/run_report.h"
 
 namespace TestSupport {
 
@@ -15,12 +16,14 @@ struct ConvertedRaster {
   TempFolder folder;
   ConsoleCapture console;
   int status;
+  Recast::RunReport report;
   Quilt::BundlePtr bundle;
 
   explicit ConvertedRaster(const std::string& text) {
     const std::string input = folder.write("in.asc", text);
     status = Recast::converterEsriRasterToQ8(stringList({input}), folder / "out.q8", nullptr,
                                              "heights", "points");
+    report = Recast::lastRunReport();
     if (std::filesystem::exists(folder / "out.q8")) bundle = loadBundle(folder / "out.q8");
   }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "recast/raster/terrain_import.h"
+#include "recast/recastbase/run_report.h"
 #include "recast/typed_arrays/mem_array_allocator.h"
 
 namespace {
@@ -98,26 +99,51 @@ TEST(TerrainText, SpacingComesFromTheExtensionOrTheFirstTwoSamples) {
 TEST(TerrainText, LinesThatAreNotThreeNumbersEndTheReading) {
   const TempFolder folder;
   const std::string good = "0 0 1\n1 0 2\n";
-  for (const std::string& bad :
-       std::vector<std::string>{"\n", "1 2\n", "1 2 3 4\n", "1 2 x\n", "1\t2 3\n", "1 2 \n"})
-    EXPECT_EQ(Reading().text(folder.write("t.txt", good + bad)).status, 19) << bad;
+  const struct {
+    std::string line;
+    std::string failure;
+  } bad[] = {{"\n", ": 0 numbers instead of 3"},
+             {"1 2\n", ": 2 numbers instead of 3"},
+             {"1 2 3 4\n", ": 4 numbers instead of 3"},
+             {"1 2 x\n", ", column 3: \"x\" is no number"},
+             {"1\t2 3\n", ": 2 numbers instead of 3"}};
+  for (const auto& [line, failure] : bad) {
+    const std::string path = folder.write("t.txt", good + line);
+    EXPECT_EQ(Reading().text(path).status, 19) << line;
+    EXPECT_EQ(Recast::lastRunReport().failure, path + ", line 3" + failure);
+  }
   for (const std::string& fine :
        {std::string("1 1 3x\r\n"), std::string("  1   1 3"), std::string("1 1 3\0 4\n", 9)})
     EXPECT_EQ(Reading().text(folder.write("t.txt", good + fine)).status, 0) << fine;
-  EXPECT_THROW(Reading().text(folder.write("t.txt", good + "1 1 1e39\n")), std::out_of_range);
+  try {
+    Reading().text(folder.write("t.txt", good + "1 1 1e39\n"));
+    ADD_FAILURE();
+  } catch (const std::out_of_range& error) {
+    EXPECT_EQ(error.what(),
+              folder / "t.txt, line 3, column 3: \"1e39\" is beyond the range of a float");
+    EXPECT_EQ(Recast::lastRunReport().failure, error.what());
+  }
 }
 
-TEST(TerrainText, SamplesBesideTheRasterAndHostileNumbersEndInAStatus) {
+TEST(TerrainText, SamplesWithoutAPlaceInARasterEndInAStatus) {
   const TempFolder folder;
-  const ConsoleCapture console;
-  // The extent is 2.6 cells, so there are 3 columns, and the last sample rounds to the fourth.
-  EXPECT_EQ(Reading().text(folder.write("t.txt", "0 0 1\n1 0 2\n2.6 0 3\n")).status, 20);
-  for (const std::string& text :
-       std::vector<std::string>{"0 0 1\n1e-30 0 2\n1e30 1e30 3\n", "0 0 1\n1 0 2\nnan 0 3\n",
-                                "0 0 1\ninf 0 2\n", "-1e30 0 1\n1e30 0 2\n0 1e30 1\n"}) {
-    const int status = Reading().text(folder.write("t.txt", text)).status;
-    EXPECT_TRUE(status == 0 || status == 7 || status == 9 || status == 20) << text;
+  const struct {
+    const char* text;
+    int status;
+  } cases[] = {
+      // The extent is 2.6 cells, so there are 3 columns, and the last sample rounds to the fourth.
+      {"0 0 1\n1 0 2\n2.6 0 3\n", 20},
+      {"0 0 1\n1 0 2\nnan 0 3\n", 20},
+      {"0 0 1\ninf 0 2\n", 20},
+      {"0 0 1\n1 0 2\n5e9 0 3\n", 9},  // more columns than 32 bits count
+      {"0 0 1\n1e-30 0 2\n1e30 1e30 3\n", 9},
+  };
+  for (const auto& [text, status] : cases) {
+    EXPECT_EQ(Reading().text(folder.write("t.txt", text)).status, status) << text;
+    EXPECT_EQ(Recast::lastRunReport().failure.find(folder / "t.txt: "), 0u);
   }
+  const ConsoleCapture console;  // of the frame, which this one leaves
+  EXPECT_EQ(Reading().text(folder.write("t.txt", "-1e30 0 1\n1e30 0 2\n0 1e30 1\n")).status, 20);
 }
 
 TEST(TerrainText, PointCloudsOfBundlesServeAsSamples) {
@@ -143,6 +169,11 @@ TEST(TerrainText, PointCloudsOfBundlesServeAsSamples) {
   const Reading good = cloud({{{4, 6, 1}, {6, 6, 2}}, {{4, 8, 3}, {4, 10, 4}}});
   ASSERT_EQ(good.status, 0);
   EXPECT_EQ(good.heights("cloud"), (std::vector<float>{1, 2, 3, -9999, 4, -9999}));
+  EXPECT_EQ(cloud({{}, {{4, 6, 1}, {6, 6, 2}}}).heights("cloud"), (std::vector<float>{1, 2}))
+      << "a fragment without points has no say";
+  // Places that 32 bits don't count: their differences do.
+  const Reading far = cloud({{{9e8, 8, 1}, {9e8 + 0.125, 8, 2}, {9e8, 8.125, 3}}});
+  EXPECT_EQ(far.heights("cloud"), (std::vector<float>{1, 2, 3, -9999}));
   EXPECT_EQ(cloud({{{4, 6, 1}, {4, 6, 2}}}).status, 7);
   EXPECT_EQ(cloud({{{4, 6, 1}}}).status, 7);
   EXPECT_EQ(cloud({}).status, 16);
