@@ -15,8 +15,11 @@ void reportMessage(const ProgressHandle& progress, const std::string& text) {
   if (progress) progress->reportMessage(text);
 }
 
-void readStructure(const Storage::FileHandle& file, Bundle& bundle) {
-  Storage::StructureLoader(file, bundle).load(Storage::StructureReader(*file).read());
+/// \return what the file holds that can't be read.
+Storage::LeftOut readStructure(const Storage::FileHandle& file, Bundle& bundle) {
+  Storage::FileContent content = Storage::StructureReader(file).read();
+  Storage::StructureLoader(file, bundle).load(content);
+  return std::move(content.leftOut);
 }
 
 }  // namespace
@@ -38,7 +41,7 @@ BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, b
   if (writer_) return {kBoundAlready, "the bundle is bound to a file already"};
   try {
     const auto writer = Larder::makeStrong<Storage::BundleWriter>(name, storage, existing, true);
-    if (existing) readStructure(writer->file(), *this);
+    if (existing) writer->keepLeftOut(readStructure(writer->file(), *this));
     writer_ = writer;
     anchor_->setSink(writer);
     return {};

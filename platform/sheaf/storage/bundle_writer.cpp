@@ -145,15 +145,22 @@ std::shared_ptr<FieldStore> BundleWriter::findStore(const Placement& place, cons
     fresh->expectOthers();
     return found->second = fresh;
   }
+  requireNothingLeftOut(place, key);
   const FileHandle& file = files_.fileFor(place, path);
   return stores_[key] = std::make_shared<FieldStore>(file, path, typeName, field, loadedFrom(field),
                                                      tellCreators_, pool_);
 }
 
+void BundleWriter::requireNothingLeftOut(const Placement& place, const std::string& path) const {
+  for (const auto& [there, reason] : leftOut_)
+    if ((path + "/").starts_with(there + "/"))
+      files_.refuse(place, "the file holds something in its place that was left out: " + reason);
+}
+
 Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field) const {
   for (auto source = field.source(); source; source = source->former()) {
     auto loaded = source.castTo<LoadedField>();
-    if (loaded && &loaded->place()->file() == file().rawptr()) return loaded;
+    if (loaded && loaded->bundleFile() == file()) return loaded;
   }
   return nullptr;
 }

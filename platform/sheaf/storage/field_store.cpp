@@ -145,10 +145,12 @@ void FieldStore::writeDataset(const std::string& link, Incoming& incoming, DataP
                             filtered ? incoming.rules.filter : FilterSettings{});
     if (image.shift) writeNumbers(dataset, kShiftAttribute, data.shift, layout_.components);
   }
-  if (filtered)
-    writeFiltered(*file_, dataset, *prepared.plan, prepared.blocks);
-  else
+  if (filtered) {
+    data.setChecksum(writeFiltered(*file_, dataset, *prepared.plan, prepared.blocks));
+  } else {
     writePlain(*file_, dataset, memoryType, *prepared.plan, image.bytes, image.numberSize);
+    data.setChecksum(prepared.checksum());
+  }
   noteExtent(*incoming.creator, prepared.extent());
 }
 
@@ -165,6 +167,7 @@ bool FieldStore::writePacked(Incoming& incoming, DataPlace& data) {
   }
   if (!packed_->takes(image.single) && !image.bytes.empty()) return false;
   data.lie = Lie::Packed;
+  data.setChecksum(incoming.prepared->checksum());
   data.offset = packed_->elements();
   data.setShift(image.shift);
   packed_->append(image.bytes);
@@ -260,8 +263,11 @@ void FieldStore::writeLists(const std::string& link, const Incoming& incoming, D
     valueType = H5T_STD_U32LE;
   }
   const FilterSettings& filter = incoming.rules.filter;
-  writeColumn(*file_, object, kListOffsets, offsetType, std::as_bytes(std::span(offsets)), filter);
-  writeColumn(*file_, object, kListValues, valueType, std::as_bytes(std::span(values)), filter);
+  const auto offsetBytes = std::as_bytes(std::span(offsets));
+  const auto valueBytes = std::as_bytes(std::span(values));
+  writeColumn(*file_, object, kListOffsets, offsetType, offsetBytes, filter);
+  writeColumn(*file_, object, kListValues, valueType, valueBytes, filter);
+  data.setChecksum(checksumOf(valueBytes, checksumOf(offsetBytes)));
 }
 
 void FieldStore::writeUniform(const std::string& link, const Incoming& incoming, DataPlace& data) {
@@ -274,6 +280,7 @@ void FieldStore::writeUniform(const std::string& link, const Incoming& incoming,
   writeNumbers(object, kSizeAttribute, size, 3);
   writeNumbers(object, kOriginAttribute, uniform.origin().values, 3);
   writeNumbers(object, kSpacingAttribute, uniform.spacing().values, 3);
+  data.setChecksum(uniformChecksum(size, uniform.origin().values, uniform.spacing().values));
 }
 
 }  // namespace Quilt::Storage

@@ -27,6 +27,7 @@ void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& sta
 
 /// What the first bytes of a file say of it.
 enum class FileForm {
+  Unreadable,  ///< they can't be read, for the reason in `errno`
   Foreign,     ///< no HDF5 file, or one with something before its start
   Unchecked,   ///< HDF5's older form, whose structure carries no checksums: damage in it can crash
                ///< HDF5

@@ -4,11 +4,15 @@
 
 namespace Quilt::Storage {
 
-LoadedField::LoadedField(const Larder::StrongPtr<FieldPlace>& place,
+LoadedField::LoadedField(const FileHandle& bundleFile, const Larder::StrongPtr<FieldPlace>& place,
                          const Larder::StrongPtr<FragmentIDCollection>& fragments,
                          FragmentTable table, const FragmentNumbers& numbers,
                          const Larder::StrongPtr<FieldSource>& former)
-    : place_(place), fragments_(fragments), former_(former), table_(std::move(table)) {
+    : bundleFile_(bundleFile),
+      place_(place),
+      fragments_(fragments),
+      former_(former),
+      table_(std::move(table)) {
   rowOf_.resize(fragments_->NumberOfFragmentIDs());
   for (std::size_t i = 0; i < table_.size(); ++i) {
     if (!table_.hasData(i)) continue;

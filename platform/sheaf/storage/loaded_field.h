@@ -29,10 +29,11 @@ class FragmentNumbers {
 /// What a file holds of one field: makes the fragments' creators when they are asked for.
 class LoadedField : public FieldSource {
  public:
+  /// \param bundleFile the bundle's file, which may hold no more than a link to the field.
   /// \param fragments the field's identifiers, which name the fragments' data.
   /// \param table its numbers are within those that `numbers` takes.
   /// \param former what other files hold of the field; theirs comes first. May be null.
-  LoadedField(const Larder::StrongPtr<FieldPlace>& place,
+  LoadedField(const FileHandle& bundleFile, const Larder::StrongPtr<FieldPlace>& place,
               const Larder::StrongPtr<FragmentIDCollection>& fragments, FragmentTable table,
               const FragmentNumbers& numbers, const Larder::StrongPtr<FieldSource>& former);
 
@@ -40,6 +41,7 @@ class LoadedField : public FieldSource {
   CreatorHandle makeWholeCreator() override;
   bool holds(std::uint32_t number) const override;
 
+  const FileHandle& bundleFile() const { return bundleFile_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
   Larder::StrongPtr<FieldSource> former() const override { return former_; }
   /// The file's row of the fragment of that number in the bundle, or of the undivided data for
@@ -49,6 +51,7 @@ class LoadedField : public FieldSource {
   bool supplies(std::int64_t number) const;
 
  private:
+  FileHandle bundleFile_;
   Larder::StrongPtr<FieldPlace> place_;
   Larder::StrongPtr<FragmentIDCollection> fragments_;
   Larder::StrongPtr<FieldSource> former_;

@@ -2,11 +2,13 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "recast/meadow/creative_array.h"
 #include "recast/meadow/fragment_id.h"
 #include "recast/sheaf/storage/dataset_shape.h"
+#include "recast/sheaf/storage/file_stretch.h"
 #include "recast/sheaf/storage/fragment_table.h"
 #include "recast/sheaf/storage/packed_reader.h"
 #include "recast/sheaf/storage/q8_file.h"
@@ -38,13 +40,24 @@ class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
 class StoredArray : public StoredFragment {
  public:
   /// \param link the fragment's name below the field's group.
-  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const DataPlace& data)
-      : place_(place), link_(std::move(link)), data_(data) {}
+  /// \param unreadable what else of the fragment could not be read: so neither can its array.
+  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const DataPlace& data,
+              std::string unreadable = {})
+      : place_(place), link_(std::move(link)), data_(data), unreadable_(std::move(unreadable)) {}
+
+  /// Where the numbers lie if that is one stretch of the file.
+  struct Stretch {
+    std::optional<FileStretch> place;
+    std::uint64_t bytes = 0;
+    std::size_t elementSize = 0;
+  };
 
   MemBaseHandle read() override;
   DynamicSize size() const override { return data_.size(); }
   std::unique_ptr<PieceReader> openPieces() override;
   const DataPlace& data() const { return data_; }
+  /// Whether the attributes of the fragment are known.
+  bool hasAttributes() const { return unreadable_.empty(); }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 
  private:
@@ -55,13 +68,19 @@ class StoredArray : public StoredFragment {
     ElementLayout layout;
   };
 
+  /// Reads the array and compares its checksum. \throw StorageError
+  MemBaseHandle readChecked() const;
   MemBaseHandle readDataset() const;
   /// The caller holds the lock. \throw StorageError
   OpenNumbers openNumbers() const;
+  /// \throw StorageError
+  Stretch openStretch() const;
   MemBaseHandle readPacked() const;
   MemBaseHandle readLists() const;
   MemBaseHandle readUniform() const;
   [[noreturn]] void damaged() const;
+  /// \throw StorageError if that isn't the checksum that the table has, if it has one
+  void requireChecksum(std::uint32_t checksum) const;
   /// A new array of the field's type and the fragment's shape.
   MemBaseHandle emptyArray() const;
   void addShift(MemBase& array) const;
@@ -69,7 +88,16 @@ class StoredArray : public StoredFragment {
   Larder::StrongPtr<FieldPlace> place_;
   std::string link_;
   DataPlace data_;
+  std::string unreadable_;
+  std::once_flag piecesChecked_;
 };
+
+/// The checksum of a uniform array, from its attributes.
+std::uint32_t uniformChecksum(const unsigned long long* size, const double* origin,
+                              const double* spacing);
+
+/// Counts a failure to read a fragment, which was reported.
+void countFailedRead();
 
 /// The link of a fragment's data below its field's group; the undivided data is called "@data".
 std::string fragmentLink(const FragmentID* fragment);
