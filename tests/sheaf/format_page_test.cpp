@@ -42,7 +42,8 @@ with h5py.File(sys.argv[1]) as file:
         place = " ".join(map(unescaped, chart.name.split("/")[2:]))
         for field in map(unescaped, chart):
             for number, name, array in read_field(chart, field):
-                data = b"".join(map(bytes, array)) if isinstance(array, list) else array.tobytes()
+                parts = array[1:] if isinstance(array, tuple) else array if isinstance(array, list) else [array]
+                data = b"".join(part.tobytes() for part in parts)
                 print(place, field, number, name or "", zlib.crc32(data))
 )";
 
@@ -75,15 +76,18 @@ class Lines : public Quilt::FragmentIterator {
  private:
   static std::uint32_t checksumOf(Quilt::MemBase& array) {
     using Quilt::Storage::checksumOf;
-    if (array.getType() != typeid(Lists)) {
-      const auto whole = array.makeMemArray(nullptr);
-      return checksumOf({static_cast<const std::byte*>(whole->getPtr()),
-                         whole->nElements() * whole->typeIndex().ElementSize});
-    }
+    const auto bytes = [](const auto* first, std::size_t count) {
+      return std::as_bytes(std::span(first, count));
+    };
+    if (array.OriginPtr() != nullptr)
+      return checksumOf(bytes(array.DeltaPtr(), 3), checksumOf(bytes(array.OriginPtr(), 3)));
+    if (array.getType() != typeid(Lists))
+      return checksumOf(bytes(static_cast<const std::byte*>(array.getPtr()),
+                              array.nElements() * array.typeIndex().ElementSize));
     std::uint32_t checksum = 0;
     for (const Lists& list :
          std::span(static_cast<const Lists*>(array.getPtr()), array.nElements()))
-      checksum = checksumOf(std::as_bytes(std::span(list)), checksum);
+      checksum = checksumOf(bytes(list.data(), list.size()), checksum);
     return checksum;
   }
 
