@@ -41,6 +41,7 @@ with h5py.File(sys.argv[1]) as file:
                   for skeleton in grid.values() for chart in skeleton.values()):
         place = " ".join(map(unescaped, chart.name.split("/")[2:]))
         for field in map(unescaped, chart):
+            assert all(row["checked"] for row in chart[escaped(field)]["@fragments"] if row["kind"]), field
             for number, name, array in read_field(chart, field):
                 parts = array[1:] if isinstance(array, tuple) else array if isinstance(array, list) else [array]
                 data = b"".join(part.tobytes() for part in parts)
@@ -136,6 +137,40 @@ TEST_F(FormatPage, ItsFunctionReadsFieldsOfEveryKind) {
     put(*target, "Positions", lattice->findFragmentID(5)->name(), sampleArray<1, float>({0}));
   }
   expectSame(file_);
+  // What is carried over keeps its checksums.
+  Quilt::BundlePtr bundle(new Quilt::Bundle);
+  ASSERT_EQ(bundle->bindTo(file_).number, 0);
+  put(*vertices(*bundle), "Positions", "@a/b[0x0x0]", sampleArray<1, float>({7}));
+  bundle->complete();
+  expectSame(file_);
+}
+
+TEST_F(FormatPage, ItsFunctionReadsPackedFieldsThatWereLetGoAndContinued) {
+  struct Packing : Quilt::StorageTransformations {
+    bool setFieldPacking(const std::string&, std::size_t) const override { return true; }
+  };
+  const auto rules = Larder::makeStrong<Packing>();
+  for (const int level : {0, 1}) {
+    rules->compressionLevel = level;
+    for (const bool again : {false, true}) {
+      Quilt::BundlePtr bundle(new Quilt::Bundle);
+      ASSERT_EQ((again ? bundle->bindTo(file_, rules) : bundle->bindToNew(file_, rules)).number, 0);
+      const auto target = vertices(*bundle);
+      if (!again) {
+        const auto lattice = Larder::makeStrong<Quilt::FragmentIDCollection>();
+        lattice->setFragmentNames<3>({30, 10, 1}, "");
+        target->makeField(target->makeFieldID("v"), lattice, nullptr);
+      }
+      const auto field = (*target)["v"].field();
+      for (unsigned i = again ? 1 : 0; i < 300; i += 7) {
+        const auto fragment = field->getFragmentIDCollection()->findFragmentID(i);
+        put(*target, "v", fragment->name(), sampleArray<2, Point>({3, 2}, i));
+        if (i % 2 == 0) field->letGo(fragment);
+      }
+      bundle->complete();
+      expectSame(file_);
+    }
+  }
 }
 
 #ifdef RECAST_PROGRAM
