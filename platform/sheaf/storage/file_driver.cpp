@@ -206,10 +206,10 @@ hid_t registerDriver() {
 
 }  // namespace
 
-void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state) {
+herr_t useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state) {
   static const hid_t driver = registerDriver();
   const DriverInfo info{state};
-  H5Pset_driver(accessProperties, driver, &info);
+  return H5Pset_driver(accessProperties, driver, &info);
 }
 
 FileForm formOfFile(int descriptor) {

@@ -21,9 +21,9 @@ struct FileState {
 /// has failed, it swallows all further writes: the file is lost anyway, and HDF5 can't let go of a
 /// file whose caches it can't flush.
 ///
-/// Files that HDF5 finds behind external links are opened by a copy of the properties of the file
-/// that holds the link, and one open file may serve several users of HDF5; hence the shared state.
-void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state);
+/// One open file may serve several users of HDF5; hence the shared state.
+/// \return negative if that fails.
+herr_t useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state);
 
 /// What the first bytes of a file say of it.
 enum class FileForm {

@@ -12,7 +12,7 @@ namespace {
 
 Id accessProperties(const std::shared_ptr<FileState>& state) {
   Id properties = own(H5Pcreate(H5P_FILE_ACCESS), "prepare to open");
-  useFileDriver(properties, state);
+  checked(useFileDriver(properties, state), "prepare to open");
   // The 1.10 format: all its metadata carries checksums, so that damage is found when it is read.
   checked(H5Pset_libver_bounds(properties, H5F_LIBVER_V110, H5F_LIBVER_V110), "choose the format");
   checked(H5Pset_fclose_degree(properties, H5F_CLOSE_STRONG), "prepare to open");
