@@ -6,6 +6,7 @@ namespace Recast {
 namespace {
 
 using Quilt::Storage::escapedName;
+using Quilt::Storage::timeName;
 
 /// Can send every field but the positions to a file of its own.
 class MyStorage : public Quilt::StorageTransformations {
@@ -17,7 +18,7 @@ class MyStorage : public Quilt::StorageTransformations {
       const std::string& representationName, const std::string& fieldName) const override {
     if (fieldName == Quilt::Representation::kPositions || extLink_.empty()) return {};
     return {extLink_ + "/" + fileName(fieldName),
-            std::to_string(time) + "/" + escapedName(gridName) + "/" + skeleton.name() + "/" +
+            timeName(time) + "/" + escapedName(gridName) + "/" + skeleton.name() + "/" +
                 escapedName(representationName)};
   }
 

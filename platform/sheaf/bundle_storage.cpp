@@ -15,9 +15,12 @@ void reportMessage(const ProgressHandle& progress, const std::string& text) {
   if (progress) progress->reportMessage(text);
 }
 
-void readStructure(const Storage::FileHandle& file, Bundle& bundle,
-                   Storage::EqualNames onEqualNames) {
-  Storage::StructureLoader(file, bundle, onEqualNames).load(Storage::StructureReader(*file).read());
+/// \return what the file holds that can't be read.
+Storage::LeftOut readStructure(const Storage::FileHandle& file, Bundle& bundle,
+                               Storage::EqualNames onEqualNames) {
+  Storage::FileContent content = Storage::StructureReader(file).read();
+  Storage::StructureLoader(file, bundle, onEqualNames).load(content);
+  return std::move(content.leftOut);
 }
 
 }  // namespace
@@ -39,7 +42,8 @@ BindResult Bundle::bind(const std::string& name, const StorageHandle& storage, b
   if (writer_) return {kBoundAlready, "the bundle is bound to a file already"};
   try {
     const auto writer = Larder::makeStrong<Storage::BundleWriter>(name, storage, existing, true);
-    if (existing) readStructure(writer->file(), *this, Storage::EqualNames::KeepPresent);
+    if (existing)
+      writer->keepLeftOut(readStructure(writer->file(), *this, Storage::EqualNames::KeepPresent));
     writer_ = writer;
     anchor_->setSink(writer);
     return {};

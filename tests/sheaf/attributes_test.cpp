@@ -1,4 +1,5 @@
 #include "sheaf/sample_data.h"
+#include "sheaf/tool_runs.h"
 #include "support/console_capture.h"
 
 // The attributes of everything in a bundle come back.
@@ -18,6 +19,9 @@ std::map<std::string, Value> valuesOf(unsigned tag) {
       {"text", Larder::singleValue("Größe " + std::to_string(tag))},
       {"no text", Larder::singleValue(std::string())},
       {"point", Larder::singleValue(sampleElement<Point>(tag))},
+      {"no numbers", Value(new Larder::Chunk<double>(std::vector<double>()))},
+      {"no points", Value(new Larder::Chunk<Point>(std::vector<Point>()))},
+      {"no texts", Value(new Larder::Chunk<std::string>(std::vector<std::string>()))},
       {"EPSG", Value(new Larder::Chunk<std::string>({"EPSG", "", "25832"}))},
       {"many", Value(new Larder::Chunk<double>(std::vector<double>(20'000, tag)))}  // over 64 KiB
   };
@@ -77,6 +81,30 @@ TEST_F(Attributes, ThatNoFileCanHoldAreToldOnTheConsole) {
   boundBundle(file_)->setAttribute("lists", Larder::singleValue(Lists{1, 2}));
   EXPECT_TRUE(console.contains("a.q8: the attribute \"lists\""));
   EXPECT_TRUE(loadBundle(file_));
+}
+
+TEST_F(Attributes, ThatAreNotReadStayInAFileThatIsContinued) {
+  if (!hasH5py()) GTEST_SKIP() << "there is no Python with h5py";
+  boundBundle(file_)->setAttribute("ours", Larder::singleValue(1));
+  ASSERT_EQ(runPython(folder_,
+                      "with h5py.File('a.q8', 'r+', libver='v110') as f:\n"
+                      "    f.attrs['text'] = 'of variable length'\n"
+                      "    f.attrs['half'] = np.float16(2)\n"
+                      "    f.attrs['empty'] = h5py.Empty('f8')\n")
+                .status,
+            0);
+  {
+    const ConsoleCapture console;
+    Quilt::BundlePtr bundle(new Quilt::Bundle);
+    ASSERT_EQ(bundle->bindTo(file_).number, 0);
+    EXPECT_TRUE(console.contains("\"text\" is a text of variable length, which is not read"));
+    EXPECT_EQ(bundle->getAttribute("empty")->elements(), 0U);
+    bundle->setAttribute("ours", Larder::singleValue(2));
+    bundle->complete();
+  }
+  const auto [status, output] = runPython(
+      folder_, "f = h5py.File('a.q8').attrs\nprint(f['text'], f['half'], f['ours'][0])\n");
+  EXPECT_EQ(output, "of variable length 2.0 2\n");
 }
 
 }  // namespace

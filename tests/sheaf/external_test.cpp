@@ -67,9 +67,9 @@ TEST_F(ExternalFiles, TakeGridsOfAnyName) {
   }
 }
 
-TEST_F(ExternalFiles, ThatAreMissingCostTheirFieldAlone) {
+TEST_F(ExternalFiles, ThatAreMissingCostTheirFieldAloneAndOnlyForNow) {
   write();
-  std::filesystem::remove(height_);
+  std::filesystem::rename(height_, folder_ / "away");
   const ConsoleCapture console;
   {
     const auto loaded = loadBundle(main_);
@@ -80,10 +80,17 @@ TEST_F(ExternalFiles, ThatAreMissingCostTheirFieldAlone) {
     EXPECT_FALSE(findField(*loaded, "G", "height"));
     EXPECT_TRUE(get(*loaded, "Positions", "f"));
   }
-  put(*vertices(*continued()), "height", "new", floats_);  // nor is the main file lost
-  EXPECT_FALSE(console.contains("was not completed"));
-  const auto loaded = loadBundle(main_);
-  EXPECT_TRUE(get(*loaded, "height", "new") && get(*loaded, "Positions", "f"));
+  {
+    const auto bundle = continued();
+    put(*vertices(*bundle), "other", "new", floats_);
+    bundle->complete();
+    const auto refused = continued();
+    EXPECT_THROW(put(*vertices(*refused), "height", "new", floats_), Quilt::StorageError);
+    EXPECT_THROW(refused->complete(), Quilt::StorageError);
+  }
+  std::filesystem::rename(folder_ / "away", height_);
+  expectContent(main_);
+  EXPECT_TRUE(get(*loadBundle(main_), "other", "new"));
 }
 
 TEST_F(ExternalFiles, ThatTellTheFragmentsTakeTheirSharersWithThem) {
@@ -92,10 +99,61 @@ TEST_F(ExternalFiles, ThatTellTheFragmentsTakeTheirSharersWithThem) {
     put(*vertices(*bundle), "first", "f", floats_);
     put(*vertices(*bundle), "Positions", "f", sampleArray<1, Point>({3}));
   }
-  std::filesystem::remove(folder_ / "ext/first.q8");
+  std::filesystem::rename(folder_ / "ext/first.q8", folder_ / "away");
   const ConsoleCapture console;
   EXPECT_TRUE(loadBundle(main_));
   EXPECT_TRUE(console.contains("\"Positions\" shares the fragments of \"first\", which isn't"));
+  EXPECT_THROW(put(*vertices(*continued()), "Positions", "g", sampleArray<1, Point>({1})),
+               Quilt::StorageError)
+      << "the former data would be lost";
+  std::filesystem::rename(folder_ / "away", folder_ / "ext/first.q8");
+  EXPECT_TRUE(get(*loadBundle(main_), "Positions", "f"));
+}
+
+TEST_F(ExternalFiles, ThatCannotBeReadFailTheLoad) {
+  const std::string sound = (write(), textOf(height_));
+  std::string damaged = sound;
+  damaged[20] ^= 1;  // in the superblock
+  const struct {
+    std::string content, reason;
+  } cases[] = {{"", "this is no .q8 file"},
+               {std::string(5000, 'x'), "this is no .q8 file"},
+               {sound.substr(0, sound.size() - 1), "truncated"},
+               {damaged, "checksum"}};
+  for (const auto& [content, reason] : cases) {
+    SCOPED_TRACE(reason);
+    folder_.write("ext/height.q8", content);
+    const ConsoleCapture console;
+    EXPECT_FALSE(loadBundle(main_));
+    EXPECT_TRUE(console.contains("ext/height.q8: ") && console.contains(reason));
+    EXPECT_THAT(Quilt::BundlePtr(new Quilt::Bundle)->bindTo(main_).text, HasSubstr(reason));
+  }
+  std::filesystem::remove(height_);
+  std::filesystem::create_directory(height_);
+  EXPECT_FALSE(loadBundle(main_));
+}
+
+TEST_F(ExternalFiles, AreTakenFromTheMainFilesFolderAlone) {
+  write();
+  // The same names in two other places, with other numbers.
+  for (const char* place : {"prefix", "working"}) {
+    const std::string other = folder_ / place;
+    std::filesystem::create_directories(other + "/ext");
+    const auto bundle = boundBundle(other + "/main.q8", inFolder("ext"));
+    put(*vertices(*bundle), "height", "f", sampleArray<1, float>({3}, 100));
+  }
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder_ / "working");
+  setenv("HDF5_EXT_PREFIX", (folder_ / "prefix").c_str(), 1);
+  std::filesystem::create_symlink(main_, folder_ / "working/link.q8");
+  expectContent(main_);
+  expectContent("../main.q8");
+  expectContent("link.q8");
+  std::filesystem::remove(height_);
+  const ConsoleCapture console;
+  EXPECT_FALSE(findField(*loadBundle(main_), "G", "height"));
+  unsetenv("HDF5_EXT_PREFIX");
+  std::filesystem::current_path(before);
 }
 
 TEST_F(ExternalFiles, AreToldOfWhenOtherThreadsCanReadAgain) {

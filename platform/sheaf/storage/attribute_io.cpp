@@ -44,7 +44,8 @@ void write(hid_t object, const std::string& name, hid_t fileType, hid_t memoryTy
   const Id attribute =
       own(H5Acreate2(object, name.c_str(), fileType, space, nameProperties(), H5P_DEFAULT),
           "create attribute", name);
-  checked(H5Awrite(attribute, memoryType, data), "write attribute", name);
+  // HDF5 takes no null pointer, not even for no elements.
+  if (data != nullptr) checked(H5Awrite(attribute, memoryType, data), "write attribute", name);
 }
 
 void writeTexts(hid_t object, const std::string& name, const std::vector<std::string>& texts) {
@@ -57,7 +58,7 @@ void writeTexts(hid_t object, const std::string& name, const std::vector<std::st
   const hsize_t count = texts.size();
   const Id space = own(H5Screate_simple(1, &count, nullptr), "write attribute", name);
   const Id type = textType(size);
-  write(object, name, type, type, space, bytes.data());
+  write(object, name, type, type, space, bytes.empty() ? nullptr : bytes.data());
 }
 
 void writeChunk(hid_t object, const std::string& name, const Larder::ChunkBase& chunk) {
@@ -72,60 +73,78 @@ void writeChunk(hid_t object, const std::string& name, const Larder::ChunkBase& 
   const Id space = own(H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr),
                        "write attribute", name);
   write(object, name, fileType(layout.memoryType, false), layout.memoryType, space,
-        chunk.const_data_ptr());
+        chunk.elements() > 0 ? chunk.const_data_ptr() : nullptr);
   if (layout.components > 1) writeText(object, companionOf(name).c_str(), type->TypeName);
 }
 
 std::vector<std::string> attributeNames(hid_t object) {
   std::vector<std::string> names;
   hsize_t position = 0;
-  H5Aiterate2(
-      object, H5_INDEX_NAME, H5_ITER_INC, &position,
-      [](hid_t, const char* name, const H5A_info_t*, void* list) -> herr_t {
-        static_cast<std::vector<std::string>*>(list)->emplace_back(name);
-        return 0;
-      },
-      &names);
+  const auto visit = [](hid_t, const char* name, const H5A_info_t*, void* list) -> herr_t {
+    static_cast<std::vector<std::string>*>(list)->emplace_back(name);
+    return 0;
+  };
+  checked(H5Aiterate2(object, H5_INDEX_NAME, H5_ITER_INC, &position, visit, &names),
+          "list attributes");
   return names;
 }
 
-/// Removes what an earlier run wrote and `attributes` holds no longer, or is about to write again.
-void removeFormer(hid_t object) {
-  for (const std::string& name : attributeNames(object))
-    if (name[0] != '@' || name.starts_with(companionOf(""))) removeAttribute(object, name);
+bool hasAttribute(hid_t object, const std::string& name) {
+  return isTrue(H5Aexists(object, name.c_str()), "look up attribute", name);
 }
 
-/// An attribute opened with its extent known, of no more bytes than an attribute may have.
+/// What an attribute holds, as far as we can make use of it.
+enum class Holds { Nothing, Numbers, Texts, VariableTexts, TooMuch, Foreign };
+
+/// An attribute with its extent known.
 struct OpenAttribute {
+  std::string name;
+  Holds holds = Holds::Nothing;
   Id id;
   Id type;
-  std::vector<hsize_t> axes;
   hsize_t elements = 1;
 
-  bool open(hid_t object, const char* name) {
-    if (H5Aexists(object, name) <= 0) return false;
-    id = Id(H5Aopen(object, name, H5P_DEFAULT));
-    if (!id.valid()) return false;
-    type = Id(H5Aget_type(id));
-    const Id space(H5Aget_space(id));
-    const int rank = H5Sget_simple_extent_ndims(space);
-    if (rank < 0) return false;
-    axes.resize(static_cast<std::size_t>(rank));
-    H5Sget_simple_extent_dims(space, axes.data(), nullptr);
+  /// Holds nothing if there is no attribute of that name. \throw StorageError
+  OpenAttribute(hid_t object, const std::string& attribute) : name(attribute) {
+    if (!hasAttribute(object, name)) return;
+    id = own(H5Aopen(object, name.c_str(), H5P_DEFAULT), "open attribute", name);
+    type = own(H5Aget_type(id), "read attribute", name);
+    holds = countElements() ? kindOf(type) : Holds::TooMuch;
+  }
+
+  void readInto(hid_t memoryType, void* target) const {
+    if (elements > 0) checked(H5Aread(id, memoryType, target), "read attribute", name);
+  }
+  std::size_t elementSize() const { return checkedSize(H5Tget_size(type), "read attribute", name); }
+  bool isOf(H5T_class_t kind) const {
+    return checked(H5Tget_class(type), "read attribute", name) == kind;
+  }
+
+ private:
+  /// \return false if there are more than an attribute may have.
+  bool countElements() {
+    const Id space = own(H5Aget_space(id), "read attribute", name);
+    if (checked(H5Sget_simple_extent_type(space), "read attribute", name) == H5S_NULL) elements = 0;
+    const int rank = checked(H5Sget_simple_extent_ndims(space), "read attribute", name);
+    std::vector<hsize_t> axes(static_cast<std::size_t>(rank));
+    checked(H5Sget_simple_extent_dims(space, axes.data(), nullptr), "read attribute", name);
     for (const hsize_t axis : axes)
       if (__builtin_mul_overflow(elements, axis, &elements)) return false;
-    return elements < kMostBytes && H5Aget_storage_size(id) < kMostBytes && !isVariable();
+    hsize_t bytes = 0;
+    return !__builtin_mul_overflow(elements, elementSize(), &bytes) && bytes < kMostBytes;
   }
-  /// Such texts lie in a part of the file that carries no checksums, in which damage can crash
-  /// HDF5.
-  bool isVariable() const { return H5Tis_variable_str(type) > 0; }
+  static Holds kindOf(hid_t type) {
+    // Such texts lie in a part of the file without checksums, in which damage can crash HDF5.
+    if (isTrue(H5Tis_variable_str(type), "read attribute")) return Holds::VariableTexts;
+    if (checked(H5Tget_class(type), "read attribute") == H5T_STRING) return Holds::Texts;
+    return isStandardNumber(type) ? Holds::Numbers : Holds::Foreign;
+  }
 };
 
 std::vector<std::string> readTexts(const OpenAttribute& attribute) {
-  const std::size_t size = H5Tget_size(attribute.type);
-  if (attribute.elements * size > kMostBytes) return {};
+  const std::size_t size = attribute.elementSize();
   std::vector<char> bytes(attribute.elements * size);
-  if (H5Aread(attribute.id, attribute.type, bytes.data()) < 0) return {};
+  attribute.readInto(attribute.type, bytes.data());
   std::vector<std::string> texts;
   for (hsize_t i = 0; i < attribute.elements; ++i) {
     std::string text(bytes.data() + i * size, size);
@@ -138,19 +157,17 @@ std::vector<std::string> readTexts(const OpenAttribute& attribute) {
 
 bool fitsInt(const OpenAttribute& attribute) {
   std::vector<long long> numbers(attribute.elements);
-  if (H5Aread(attribute.id, H5T_NATIVE_LLONG, numbers.data()) < 0) return false;
+  attribute.readInto(H5T_NATIVE_LLONG, numbers.data());
   return std::all_of(numbers.begin(), numbers.end(),
                      [](long long number) { return number == static_cast<int>(number); });
 }
 
-/// The name of the plain element type that takes the attribute's numbers; empty if there is none.
-/// Other programs write integers of all sizes, such as Python's of 64 bits.
+/// The name of the plain element type that takes the attribute's numbers. Other programs write
+/// integers of all sizes, such as Python's of 64 bits.
 std::string plainTypeOf(const OpenAttribute& attribute) {
-  if (!isStandardNumber(attribute.type)) return {};
-  const std::size_t size = H5Tget_size(attribute.type);
-  if (H5Tget_class(attribute.type) == H5T_FLOAT)
-    return size <= 4 ? "float" : size <= 8 ? "double" : "long double";
-  if (H5Tget_sign(attribute.type) != H5T_SGN_NONE)
+  const std::size_t size = attribute.elementSize();
+  if (attribute.isOf(H5T_FLOAT)) return size <= 4 ? "float" : size <= 8 ? "double" : "long double";
+  if (checked(H5Tget_sign(attribute.type), "read attribute", attribute.name) != H5T_SGN_NONE)
     return size <= 4 || fitsInt(attribute) ? "int" : "double";
   switch (size) {
     case 1: return "unsigned char";
@@ -160,39 +177,71 @@ std::string plainTypeOf(const OpenAttribute& attribute) {
   }
 }
 
-Larder::StrongPtr<Larder::ChunkBase> readChunk(hid_t object, const char* name) {
-  OpenAttribute attribute;
-  if (!attribute.open(object, name)) {
-    if (attribute.type.valid() && attribute.isVariable())
-      tellAfterLock("the attribute \"" + unescapedName(name) +
-                    "\" is a text of variable length, which is not read; it is left out.");
-    return nullptr;
-  }
-  if (H5Tget_class(attribute.type) == H5T_STRING)
-    return Larder::StrongPtr<Larder::ChunkBase>(
-        new Larder::Chunk<std::string>(readTexts(attribute)));
-  const std::string compound = readText(object, companionOf(name).c_str());
+/// The element type of an attribute of numbers, which a companion names if it is compound; null if
+/// the numbers make no elements of a type that is known.
+Larder::StrongPtr<QuiltTypeBase> typeOf(hid_t object, const OpenAttribute& attribute) {
+  const std::string compound = readText(object, companionOf(attribute.name).c_str());
   const auto type = QuiltTypeBase::find(compound.empty() ? plainTypeOf(attribute) : compound);
-  if (!type || !isStandardNumber(attribute.type)) return nullptr;
+  const ElementLayout layout = type ? layoutOf(*type) : ElementLayout{};
+  const bool fits = layout.known() && !layout.isList && attribute.elements % layout.components == 0;
+  return fits ? type : nullptr;
+}
+
+/// Whether `readChunk` makes something of the attribute.
+bool isReadable(hid_t object, const std::string& name) {
+  const OpenAttribute attribute(object, name);
+  return attribute.holds == Holds::Texts ||
+         (attribute.holds == Holds::Numbers && typeOf(object, attribute));
+}
+
+void reportLeftOut(const std::string& name, const char* reason) {
+  tellAfterLock("the attribute \"" + unescapedName(name) + "\" " + reason + "; it is left out.");
+}
+
+/// Null, with a message where users may wonder, if we have no element type for the attribute.
+Larder::StrongPtr<Larder::ChunkBase> readChunk(hid_t object, const std::string& name) {
+  const OpenAttribute attribute(object, name);
+  switch (attribute.holds) {
+    case Holds::VariableTexts:
+      reportLeftOut(name, "is a text of variable length, which is not read");
+      return nullptr;
+    case Holds::TooMuch: reportLeftOut(name, "is too large"); return nullptr;
+    case Holds::Texts:
+      return Larder::StrongPtr<Larder::ChunkBase>(
+          new Larder::Chunk<std::string>(readTexts(attribute)));
+    case Holds::Numbers: break;
+    default: return nullptr;
+  }
+  const auto type = typeOf(object, attribute);
+  if (!type) return nullptr;
   const ElementLayout layout = layoutOf(*type);
-  if (!layout.known() || layout.isList || attribute.elements % layout.components != 0)
-    return nullptr;
   auto chunk = type->newChunk(attribute.elements / layout.components);
-  if (H5Aread(attribute.id, layout.memoryType, chunk->data_ptr()) < 0) return nullptr;
+  attribute.readInto(layout.memoryType, chunk->data_ptr());
   return chunk;
+}
+
+/// Removes what an earlier run wrote and `attributes` holds no longer, or is about to write again.
+/// What could not be read stays: nobody has decided against it.
+void removeFormer(hid_t object) {
+  for (const std::string& name : attributeNames(object))
+    if (name[0] != '@' && isReadable(object, name)) {
+      removeAttribute(object, companionOf(name));
+      removeAttribute(object, name);
+    }
 }
 
 template <class Number>
 bool readPlain(hid_t object, const char* name, hid_t memoryType, Number* numbers, hsize_t count) {
-  OpenAttribute attribute;
-  if (!attribute.open(object, name) || attribute.elements != count) return false;
-  return isStandardNumber(attribute.type) && H5Aread(attribute.id, memoryType, numbers) >= 0;
+  const OpenAttribute attribute(object, name);
+  if (attribute.holds != Holds::Numbers || attribute.elements != count) return false;
+  attribute.readInto(memoryType, numbers);
+  return true;
 }
 
 }  // namespace
 
 void removeAttribute(hid_t object, const std::string& name) {
-  if (H5Aexists(object, name.c_str()) > 0)
+  if (hasAttribute(object, name))
     checked(H5Adelete(object, name.c_str()), "replace attribute", name);
 }
 
@@ -200,6 +249,7 @@ void writeAttributes(hid_t object, const Larder::Attributes& attributes) {
   removeFormer(object);
   for (const auto& [name, value] : attributes.attributes()) {
     const std::string link = escapedName(name);
+    removeAttribute(object, companionOf(link));
     if (const auto texts = value.castTo<Larder::Chunk<std::string>>())
       writeTexts(object, link, texts->base_vector());
     else
@@ -210,10 +260,9 @@ void writeAttributes(hid_t object, const Larder::Attributes& attributes) {
 void readAttributes(hid_t object, Larder::Attributes& attributes) {
   for (const std::string& name : attributeNames(object)) {
     if (name[0] == '@') continue;
-    if (const auto value = readChunk(object, name.c_str()))
+    if (const auto value = readChunk(object, name))
       attributes.setAttribute(unescapedName(name), value);
   }
-  H5Eclear2(H5E_DEFAULT);
 }
 
 void writeText(hid_t object, const char* name, const std::string& text) {
@@ -223,8 +272,8 @@ void writeText(hid_t object, const char* name, const std::string& text) {
 }
 
 std::string readText(hid_t object, const char* name, const std::string& otherwise) {
-  OpenAttribute attribute;
-  if (!attribute.open(object, name) || H5Tget_class(attribute.type) != H5T_STRING) return otherwise;
+  const OpenAttribute attribute(object, name);
+  if (attribute.holds != Holds::Texts) return otherwise;
   const auto texts = readTexts(attribute);
   return texts.size() == 1 ? texts[0] : otherwise;
 }

@@ -6,7 +6,7 @@ namespace Quilt::Storage {
 
 BlockPlan::BlockPlan(std::vector<hsize_t> axes, std::size_t numberSize, std::size_t blockBytes,
                      bool keepLastAxis)
-    : axes_(std::move(axes)), full_(axes_.size(), 1) {
+    : axes_(std::move(axes)), numberSize_(numberSize), full_(axes_.size(), 1) {
   if (std::find(axes_.begin(), axes_.end(), 0) != axes_.end()) return;  // nothing to cut
   const std::size_t limit = std::max<std::size_t>(1, blockBytes / numberSize);
   std::size_t axis = axes_.size() - 1;

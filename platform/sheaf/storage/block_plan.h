@@ -23,6 +23,8 @@ class BlockPlan {
   };
 
   std::size_t blocks() const { return blocks_; }
+  /// Bytes of a number.
+  std::size_t numberSize() const { return numberSize_; }
   Block block(std::size_t i) const;
   /// The extents of a full block: the chunk shape of a filtered dataset.
   const std::vector<hsize_t>& fullSize() const { return full_; }
@@ -31,6 +33,7 @@ class BlockPlan {
 
  private:
   std::vector<hsize_t> axes_;
+  std::size_t numberSize_;
   std::vector<hsize_t> full_;
   std::size_t cutAxis_ = 0;
   std::size_t inner_ = 1;     // numbers of one step along the cut axis

@@ -148,15 +148,23 @@ std::shared_ptr<FieldStore> BundleWriter::findStore(const Placement& place, cons
       return present;
     // Another field has taken the place, or the first data came after the field was first looked
     // at.
-    const auto fresh =
-        std::make_shared<FieldStore>(present->file(), present->path(), typeName, field,
-                                     loadedFrom(field, key), tellCreators_, pool_);
+    const auto fresh = std::make_shared<FieldStore>(present->file(), present->path(), typeName,
+                                                    field, loadedFrom(field, key),
+                                                    files_.main().rawptr(), tellCreators_, pool_);
     fresh->expectOthers();
     return found->second = fresh;
   }
+  requireNothingLeftOut(place, key);
   const FileHandle& file = files_.fileFor(place, path);
-  return stores_[key] = std::make_shared<FieldStore>(file, path, typeName, field,
-                                                     loadedFrom(field, key), tellCreators_, pool_);
+  return stores_[key] =
+             std::make_shared<FieldStore>(file, path, typeName, field, loadedFrom(field, key),
+                                          files_.main().rawptr(), tellCreators_, pool_);
+}
+
+void BundleWriter::requireNothingLeftOut(const Placement& place, const std::string& path) const {
+  for (const auto& [there, reason] : leftOut_)
+    if ((path + "/").starts_with(there + "/"))
+      files_.refuse(place, "the file holds something in its place that was left out: " + reason);
 }
 
 Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field,
@@ -164,8 +172,7 @@ Larder::StrongPtr<LoadedField> BundleWriter::loadedFrom(const Field& field,
   for (auto source = field.source(); source; source = source->former()) {
     auto loaded = source.castTo<LoadedField>();
     // A field may stand in several places; only one of them is where it was loaded from.
-    if (loaded && &loaded->place()->file() == file().rawptr() && loaded->place()->group() == path)
-      return loaded;
+    if (loaded && loaded->bundleFile() == file() && loaded->bundlePath() == path) return loaded;
   }
   return nullptr;
 }

@@ -12,6 +12,7 @@
 
 #include "recast/sheaf/bundle.h"
 #include "recast/sheaf/storage/field_store.h"
+#include "recast/sheaf/storage/file_content.h"
 #include "recast/sheaf/storage/output_files.h"
 
 namespace Quilt::Storage {
@@ -47,6 +48,9 @@ class BundleWriter : public FragmentSink {
   /// and puts the file in its target's place. \throw StorageError; the target is untouched then.
   void complete(const Bundle& bundle);
 
+  /// Refuses from now on to store anything in place of what was not loaded from the file.
+  void keepLeftOut(LeftOut leftOut) { leftOut_ = std::move(leftOut); }
+
   /// The file being written, with the target's content if it continues that.
   const FileHandle& file() const { return files_.main(); }
 
@@ -70,6 +74,7 @@ class BundleWriter : public FragmentSink {
   /// \pre `mutex_` is held.
   std::shared_ptr<FieldStore> findStore(const Placement& place, const Field& field,
                                         const std::string& typeName);
+  void requireNothingLeftOut(const Placement& place, const std::string& path) const;
   void requireType(const Placement& place, const std::string& held, const std::string& given) const;
   /// Refuses a second slice that would get the group of another. \pre `mutex_` is held.
   void claimTime(double time);
@@ -93,6 +98,7 @@ class BundleWriter : public FragmentSink {
   void flushStores();
 
   StorageHandle storage_;
+  LeftOut leftOut_;
   bool tellCreators_;
   std::size_t mostWaiting_;
 

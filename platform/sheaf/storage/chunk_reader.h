@@ -11,9 +11,13 @@ namespace Quilt::Storage {
 /// the stream is fetched. One thread at a time.
 class ChunkReader {
  public:
-  /// \param numberSize bytes of a number in the file. \param fullBytes bytes of a chunk.
-  ChunkReader(Q8File& file, hid_t dataset, std::size_t numberSize, std::size_t fullBytes)
-      : file_(file), dataset_(dataset), numberSize_(numberSize), shuffled_(fullBytes) {}
+  /// \param fullBytes bytes of a chunk.
+  ChunkReader(Q8File& file, hid_t dataset, const DatasetShape& shape, std::size_t fullBytes)
+      : file_(file),
+        dataset_(dataset),
+        numberSize_(shape.numberSize),
+        fletcher_(shape.fletcher),
+        shuffled_(fullBytes) {}
 
   /// The numbers of the chunk at `start`, in the file's form; `numbers` has the size of a chunk.
   /// \return false if the chunk was never written, which stands for zeros. \throw StorageError
@@ -23,6 +27,7 @@ class ChunkReader {
   Q8File& file_;
   hid_t dataset_;
   std::size_t numberSize_;
+  bool fletcher_;
   std::vector<std::byte> stream_;
   std::vector<std::byte> shuffled_;
 };
@@ -37,7 +42,9 @@ enum class NumberForm {
 /// The caller holds the lock.
 NumberForm formOf(hid_t dataset, hid_t memoryType);
 
-/// Puts floats as doubles.
-void widen(const std::byte* floats, std::size_t count, std::byte* doubles);
+/// Puts `count` numbers of the file into memory's form, which is not `Other`. \param size of a
+/// number in memory.
+void convert(NumberForm form, const std::byte* numbers, std::size_t count, std::size_t size,
+             std::byte* target);
 
 }  // namespace Quilt::Storage

@@ -24,12 +24,13 @@ bool product(const std::vector<hsize_t>& extents, std::uint64_t factor, std::uin
 
 std::vector<H5Z_filter_t> filtersOf(hid_t properties) {
   std::vector<H5Z_filter_t> filters;
-  const int count = H5Pget_nfilters(properties);
+  const int count = checked(H5Pget_nfilters(properties), "read dataset");
   for (int i = 0; i < count; ++i) {
     unsigned flags = 0;
     std::size_t values = 0;
-    filters.push_back(H5Pget_filter2(properties, static_cast<unsigned>(i), &flags, &values, nullptr,
-                                     0, nullptr, nullptr));
+    filters.push_back(checked(H5Pget_filter2(properties, static_cast<unsigned>(i), &flags, &values,
+                                             nullptr, 0, nullptr, nullptr),
+                              "read dataset"));
   }
   return filters;
 }
@@ -60,17 +61,20 @@ DatasetShape shapeOf(Q8File& file, hid_t dataset, const std::string& name) {
   DatasetShape shape;
   shape.axes.resize(rank);
   checked(H5Sget_simple_extent_dims(space, shape.axes.data(), nullptr), "read dataset", name);
-  shape.numberSize = H5Tget_size(type);
+  shape.numberSize = checkedSize(H5Tget_size(type), "read dataset", name);
   const std::vector<H5Z_filter_t> filters = filtersOf(properties);
-  const H5D_layout_t layout = H5Pget_layout(properties);
+  const H5D_layout_t layout = checked(H5Pget_layout(properties), "read dataset", name);
   if (layout == H5D_CHUNKED) {
     shape.chunk.resize(rank);
     checked(H5Pget_chunk(properties, static_cast<int>(rank), shape.chunk.data()), "read dataset",
             name);
   }
-  shape.shuffleDeflate = filters == std::vector{H5Z_FILTER_SHUFFLE, H5Z_FILTER_DEFLATE};
+  const std::vector<H5Z_filter_t> ours = {H5Z_FILTER_SHUFFLE, H5Z_FILTER_DEFLATE,
+                                          H5Z_FILTER_FLETCHER32};
+  shape.fletcher = filters == ours;
+  shape.shuffleDeflate = shape.fletcher || filters == std::vector(ours.begin(), ours.end() - 1);
   if ((layout != H5D_CHUNKED && layout != H5D_CONTIGUOUS && layout != H5D_COMPACT) ||
-      H5Pget_external_count(properties) > 0)
+      checked(H5Pget_external_count(properties), "read dataset", name) > 0)
     refuse(file, name, "its data lies in other files");
   if (!std::all_of(filters.begin(), filters.end(), isKnownFilter))
     refuse(file, name, "it went through a filter that is not known");

@@ -14,6 +14,7 @@ struct DatasetShape {
   std::size_t numbers = 0;      ///< elements of the dataset
   std::vector<hsize_t> chunk;   ///< extents of a chunk; empty if the dataset isn't chunked
   bool shuffleDeflate = false;  ///< filtered by shuffle and then deflate, as we do
+  bool fletcher = false;        ///< and by Fletcher-32 behind them
 };
 
 /// The shape of an open dataset whose content the file can really hold and HDF5 can safely read:

@@ -25,13 +25,14 @@ void writeChunk(Q8File& file, hid_t dataset, const BlockPlan::Block& block,
 
 /// Filters up to `kBlocksAtOnce` blocks side by side, and writes them one after the other.
 void writeBlocks(Q8File& file, hid_t dataset, const BlockPlan& plan, std::size_t first,
-                 std::span<const std::byte> bytes, std::size_t size, const FilterSettings& filter) {
+                 std::span<const std::byte> bytes, std::size_t size, const FilterSettings& filter,
+                 Fletcher fletcher) {
   std::vector<FilteredBlock> filtered(std::min(kBlocksAtOnce, plan.blocks() - first));
   inParallel(filtered.size(), [&](Counter& next) {
     for (std::size_t i = 0; next(i);) {
       const BlockPlan::Block block = plan.block(first + i);
       filtered[i] = filterBlock(bytes.subspan(block.firstNumber * size, block.numbers * size), size,
-                                plan.fullNumbers() * size, filter);
+                                plan.fullNumbers() * size, filter, fletcher);
     }
   });
   for (std::size_t i = 0; i < filtered.size(); ++i)
@@ -40,8 +41,20 @@ void writeBlocks(Q8File& file, hid_t dataset, const BlockPlan& plan, std::size_t
 
 }  // namespace
 
+namespace {
+
+/// Puts the checksum of a chunk behind it, lowest byte first.
+void appendFletcher(std::vector<std::byte>& chunk) {
+  const std::uint32_t checksum = fletcher32(chunk);
+  for (unsigned shift = 0; shift < 32; shift += 8)
+    chunk.push_back(static_cast<std::byte>(checksum >> shift & 0xff));
+}
+
+}  // namespace
+
 FilteredBlock filterBlock(std::span<const std::byte> bytes, std::size_t numberSize,
-                          std::size_t fullBytes, const FilterSettings& settings) {
+                          std::size_t fullBytes, const FilterSettings& settings,
+                          Fletcher fletcher) {
   std::vector<std::byte> padded;
   if (bytes.size() < fullBytes) {
     padded.resize(fullBytes);
@@ -50,27 +63,35 @@ FilteredBlock filterBlock(std::span<const std::byte> bytes, std::size_t numberSi
   }
   std::vector<std::byte> shuffled(fullBytes);
   shuffle(bytes, numberSize, shuffled.data());
-  std::vector<std::byte> stream = deflated(shuffled, settings.level);
-  if (stream.empty()) return {std::move(shuffled), kDeflateSkipped};
-  return {std::move(stream), 0};
+  FilteredBlock block{.bytes = deflated(shuffled, settings.level)};
+  if (block.bytes.empty()) {
+    block.bytes = std::move(shuffled);
+    block.skippedFilters = kDeflateSkipped;
+  }
+  if (fletcher == Fletcher::Yes) appendFletcher(block.bytes);
+  return block;
 }
 
 Id createDataset(hid_t parent, const std::string& name, hid_t type, const BlockPlan& plan,
-                 const std::vector<hsize_t>& axes, const FilterSettings& filter) {
+                 const std::vector<hsize_t>& axes, const FilterSettings& filter,
+                 Fletcher fletcher) {
   const Id space =
       own(H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr), "lay out", name);
   const Id properties = own(H5Pcreate(H5P_DATASET_CREATE), "lay out", name);
   checked(H5Pset_obj_track_times(properties, false), "lay out", name);
   checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "lay out", name);
-  if (filter.level == 0) {
+  if (filter.level == 0 && fletcher == Fletcher::No) {
     // Without chunks its place in the file is known at once, so that it can be written there.
     checked(H5Pset_alloc_time(properties, H5D_ALLOC_TIME_EARLY), "lay out", name);
   } else if (plan.blocks() > 0) {
     checked(H5Pset_chunk(properties, static_cast<int>(axes.size()), plan.fullSize().data()),
             "lay out", name);
-    checked(H5Pset_shuffle(properties), "lay out", name);
-    checked(H5Pset_deflate(properties, static_cast<unsigned>(std::min(filter.level, 9))), "lay out",
-            name);
+    if (filter.level > 0) {
+      checked(H5Pset_shuffle(properties), "lay out", name);
+      checked(H5Pset_deflate(properties, static_cast<unsigned>(std::min(filter.level, 9))),
+              "lay out", name);
+    }
+    if (fletcher == Fletcher::Yes) checked(H5Pset_fletcher32(properties), "lay out", name);
   }
   return own(
       H5Dcreate2(parent, name.c_str(), type, space, linkProperties(), properties, H5P_DEFAULT),
@@ -101,31 +122,38 @@ void writePlain(Q8File& file, hid_t dataset, hid_t memoryType, const BlockPlan& 
   }
 }
 
-void writeFiltered(Q8File& file, hid_t dataset, const BlockPlan& plan,
-                   std::vector<std::future<FilteredBlock>>& blocks) {
+std::uint32_t writeFiltered(Q8File& file, hid_t dataset, const BlockPlan& plan,
+                            std::vector<std::future<FilteredBlock>>& blocks) {
+  const std::size_t numberSize = plan.numberSize();
+  std::uint32_t checksum = 0;
   for (std::size_t i = 0; i < plan.blocks(); ++i) {
-    writeChunk(file, dataset, plan.block(i), blocks[i].get());
+    const BlockPlan::Block block = plan.block(i);
+    const FilteredBlock filtered = blocks[i].get();
+    writeChunk(file, dataset, block, filtered);
+    checksum = joinedChecksum(checksum, filtered.checksum, block.numbers * numberSize);
   }
+  return checksum;
 }
 
 void writeColumn(Q8File& file, hid_t parent, const std::string& name, hid_t type,
-                 std::span<const std::byte> bytes, const FilterSettings& filter) {
+                 std::span<const std::byte> bytes, const FilterSettings& filter,
+                 Fletcher fletcher) {
   std::size_t size = 0;
   Id dataset;
   std::optional<BlockPlan> plan;
   {
     const Hdf5Lock lock(file.state());
-    size = H5Tget_size(type);
+    size = checkedSize(H5Tget_size(type), "lay out", name);
     const std::vector<hsize_t> axes = {bytes.size() / size};
     plan.emplace(axes, size, kColumnBlockBytes, false);
-    dataset = createDataset(parent, name, type, *plan, axes, filter);
+    dataset = createDataset(parent, name, type, *plan, axes, filter, fletcher);
   }
   if (filter.level == 0) {
     writePlain(file, dataset, type, *plan, bytes, size);
     return;
   }
   for (std::size_t first = 0; first < plan->blocks(); first += kBlocksAtOnce)
-    writeBlocks(file, dataset, *plan, first, bytes, size, filter);
+    writeBlocks(file, dataset, *plan, first, bytes, size, filter, fletcher);
 }
 
 }  // namespace Quilt::Storage

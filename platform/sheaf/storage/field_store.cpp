@@ -32,7 +32,7 @@ void noteExtent(CreativeArrayBase& creator, const DataExtent& extent) {
 
 FieldStore::FieldStore(const FileHandle& file, LinkPath path, std::string typeName,
                        const Field& field, const Larder::StrongPtr<LoadedField>& loaded,
-                       bool tellsCreators, WorkPool& pool)
+                       const Q8File* bundleFile, bool tellsCreators, WorkPool& pool)
     : file_(file),
       path_(std::move(path)),
       groupPath_(joined(path_)),
@@ -41,7 +41,7 @@ FieldStore::FieldStore(const FileHandle& file, LinkPath path, std::string typeNa
       loaded_(loaded),
       tellsCreators_(tellsCreators),
       pool_(pool),
-      place_(Larder::makeStrong<FieldPlace>(file_, groupPath_, typeName_, &pool)) {
+      place_(Larder::makeStrong<FieldPlace>(file_, groupPath_, typeName_, bundleFile)) {
   const Hdf5Lock lock(file_->state());
   if (const auto type = QuiltTypeBase::find(typeName_)) layout_ = layoutOf(*type);
   mayHoldOthers_ = findGroup(*file_, path_).valid();
@@ -107,8 +107,7 @@ FieldStore::StoredHandle FieldStore::remember(const Incoming& incoming, const st
 /// stands in several grids or slices.
 bool FieldStore::isToldElsewhere(const CreativeArrayBase& creator) const {
   const auto stored = creator.stored().castTo<StoredArray>();
-  return stored &&
-         (stored->place()->writer() == &pool_ || &stored->place()->file() == file_.rawptr());
+  return stored && stored->place()->bundleFile() == place_->bundleFile();
 }
 
 void FieldStore::store(Incoming& incoming) {
@@ -171,10 +170,12 @@ void FieldStore::writeDataset(const std::string& link, Incoming& incoming, DataP
                             filtered ? incoming.rules.filter : FilterSettings{});
     if (image.shift) writeNumbers(dataset, kShiftAttribute, data.shift, layout_.components);
   }
-  if (filtered)
-    writeFiltered(*file_, dataset, *prepared.plan, prepared.blocks);
-  else
+  if (filtered) {
+    data.setChecksum(writeFiltered(*file_, dataset, *prepared.plan, prepared.blocks));
+  } else {
     writePlain(*file_, dataset, memoryType, *prepared.plan, image.bytes, image.numberSize);
+    data.setChecksum(prepared.checksum());
+  }
   noteExtent(*incoming.creator, prepared.extent());
 }
 
@@ -191,6 +192,7 @@ bool FieldStore::writePacked(Incoming& incoming, DataPlace& data) {
   }
   if (!packed_->takes(image.single) && !image.bytes.empty()) return false;
   data.lie = Lie::Packed;
+  data.setChecksum(incoming.prepared->checksum());
   data.offset = packed_->elements();
   data.setShift(image.shift);
   packed_->append(image.bytes);
@@ -299,8 +301,11 @@ void FieldStore::writeLists(const std::string& link, const Incoming& incoming, D
     valueType = H5T_STD_U32LE;
   }
   const FilterSettings& filter = incoming.rules.filter;
-  writeColumn(*file_, object, kListOffsets, offsetType, std::as_bytes(std::span(offsets)), filter);
-  writeColumn(*file_, object, kListValues, valueType, std::as_bytes(std::span(values)), filter);
+  const auto offsetBytes = std::as_bytes(std::span(offsets));
+  const auto valueBytes = std::as_bytes(std::span(values));
+  writeColumn(*file_, object, kListOffsets, offsetType, offsetBytes, filter);
+  writeColumn(*file_, object, kListValues, valueType, valueBytes, filter);
+  data.setChecksum(checksumOf(valueBytes, checksumOf(offsetBytes)));
 }
 
 void FieldStore::writeUniform(const std::string& link, const Incoming& incoming, DataPlace& data) {
@@ -313,6 +318,7 @@ void FieldStore::writeUniform(const std::string& link, const Incoming& incoming,
   writeNumbers(object, kSizeAttribute, size, 3);
   writeNumbers(object, kOriginAttribute, uniform.origin().values, 3);
   writeNumbers(object, kSpacingAttribute, uniform.spacing().values, 3);
+  data.setChecksum(uniformChecksum(size, uniform.origin().values, uniform.spacing().values));
 }
 
 }  // namespace Quilt::Storage

@@ -22,10 +22,12 @@ class FieldStore : public std::enable_shared_from_this<FieldStore> {
  public:
   /// \param path the field's group, made when the first array comes.
   /// \param loaded what was loaded of the field from the file that is written, null if nothing was.
+  /// \param bundleFile the bundle's main file; `file` may be another.
   /// \param tellsCreators lets the creators read from the file what is written.
   /// \param pool filters packed fragments.
   FieldStore(const FileHandle& file, LinkPath path, std::string typeName, const Field& field,
-             const Larder::StrongPtr<LoadedField>& loaded, bool tellsCreators, WorkPool& pool);
+             const Larder::StrongPtr<LoadedField>& loaded, const Q8File* bundleFile,
+             bool tellsCreators, WorkPool& pool);
 
   struct Incoming {
     Larder::StrongPtr<FragmentID> fragment;  ///< null for the undivided data

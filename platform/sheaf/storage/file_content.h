@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -40,8 +41,14 @@ struct IdentifierContent {
   }
 };
 
+/// What stands in a file but is not read, by its path from the file's root: the reason. It must not
+/// be overwritten.
+using LeftOut = std::map<std::string, std::string>;
+
 struct FieldContent {
-  LinkPath path;
+  FileHandle file;         ///< in which the field's group lies, maybe behind an external link
+  LinkPath path;           ///< of the group in that file
+  std::string bundlePath;  ///< "/a/b" of the group, or the link to it, in the bundle's file
   std::string name;
   std::string typeName;
   std::string donor;              ///< the field that tells the identifiers; empty for this one
@@ -80,6 +87,7 @@ struct SliceContent {
 struct FileContent {
   std::vector<SliceContent> slices;
   AttributeContent attributes;
+  LeftOut leftOut;
 };
 
 }  // namespace Quilt::Storage

@@ -63,7 +63,10 @@ herr_t freeInfo(void* info) {
 }
 
 bool hasSafeForm(int descriptor, off_t size) {
-  return size == 0 || formOfFile(descriptor) == FileForm::Checksummed;
+  if (size == 0) return true;
+  const FileForm form = formOfFile(descriptor);
+  if (form == FileForm::Unreadable) failed();
+  return form == FileForm::Checksummed;
 }
 
 H5FD_t* openFile(const char* name, unsigned flags, hid_t accessProperties, haddr_t) {
@@ -205,18 +208,19 @@ hid_t registerDriver() {
 
 }  // namespace
 
-void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state) {
+herr_t useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state) {
   static const hid_t driver = registerDriver();
   const DriverInfo info{state};
-  H5Pset_driver(accessProperties, driver, &info);
+  return H5Pset_driver(accessProperties, driver, &info);
 }
 
 FileForm formOfFile(int descriptor) {
   constexpr unsigned char kSignature[] = {0x89, 'H', 'D', 'F', '\r', '\n', 0x1a, '\n'};
   constexpr unsigned char kFirstWithChecksums = 2;
   unsigned char start[sizeof kSignature + 1] = {};
-  if (pread(descriptor, start, sizeof start, 0) != sizeof start ||
-      std::memcmp(start, kSignature, sizeof kSignature) != 0)
+  std::span<std::byte> unread = std::as_writable_bytes(std::span(start));
+  if (!readAt(descriptor, 0, unread)) return FileForm::Unreadable;
+  if (!unread.empty() || std::memcmp(start, kSignature, sizeof kSignature) != 0)
     return FileForm::Foreign;
   return start[sizeof kSignature] < kFirstWithChecksums ? FileForm::Unchecked
                                                         : FileForm::Checksummed;

@@ -24,12 +24,13 @@ struct FileState {
 /// later ones: the file is lost anyway, and HDF5 can't release a file whose caches it can't flush.
 /// Whoever writes has to ask `FileState::writeError` whether the bytes reached the file.
 ///
-/// Files that HDF5 finds behind external links are opened by a copy of the properties of the file
-/// that holds the link, and one open file may serve several users of HDF5; hence the shared state.
-void useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state);
+/// One open file may serve several users of HDF5; hence the shared state.
+/// \return negative if that fails.
+herr_t useFileDriver(hid_t accessProperties, const std::shared_ptr<FileState>& state);
 
 /// What the first bytes of a file say of it.
 enum class FileForm {
+  Unreadable,  ///< they can't be read, for the reason in `errno`
   Foreign,     ///< no HDF5 file, or one with something before its start
   Unchecked,   ///< HDF5's older form, whose structure carries no checksums: damage in it can crash
                ///< HDF5

@@ -15,18 +15,18 @@ std::optional<FileStretch> FileStretch::of(const Q8File& file, hid_t dataset, hi
   constexpr std::size_t kLeastBytes = std::size_t{1} << 16;
   if (bytes < kLeastBytes) return std::nullopt;
   const Hdf5Lock lock(file.state());
-  const Id type = own(H5Dget_type(dataset), "look at a dataset");
-  const Id properties = own(H5Dget_create_plist(dataset), "look at a dataset");
+  const Id type = own(H5Dget_type(dataset), "examine a dataset");
+  const Id properties = own(H5Dget_create_plist(dataset), "examine a dataset");
   const haddr_t address = H5Dget_offset(dataset);
-  if (H5Pget_layout(properties) != H5D_CONTIGUOUS || H5Tequal(type, memoryType) <= 0 ||
-      address == HADDR_UNDEF)
+  if (checked(H5Pget_layout(properties), "examine a dataset") != H5D_CONTIGUOUS ||
+      !isTrue(H5Tequal(type, memoryType), "examine a dataset") || address == HADDR_UNDEF)
     return std::nullopt;
   // Not the bundle's file itself: the dataset may lie behind a link to another one.
-  const Id holder = own(H5Iget_file_id(dataset), "look at a dataset");
+  const Id holder = own(H5Iget_file_id(dataset), "examine a dataset");
   unsigned intent = 0;
-  checked(H5Fget_intent(holder, &intent), "look at a dataset");
+  checked(H5Fget_intent(holder, &intent), "examine a dataset");
   void* handle = nullptr;
-  checked(H5Fget_vfd_handle(holder, H5P_DEFAULT, &handle), "look at a dataset");
+  checked(H5Fget_vfd_handle(holder, H5P_DEFAULT, &handle), "examine a dataset");
   const int descriptor =
       fcntl(*static_cast<const int*>(handle), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (descriptor < 0) return std::nullopt;

@@ -4,30 +4,41 @@
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/format_names.h"
 #include "recast/sheaf/storage/groups.h"
+#include "recast/sheaf/storage/link_names.h"
 
 namespace Quilt::Storage {
 namespace {
 
-void readObjectAttributes(const FieldPlace& place, const std::string& link, const FragmentRow& row,
-                          CreativeArrayBase& creator) {
-  const std::string inGroup = row.data.lie == Lie::Packed ? kAttributesGroup + ("/" + link) : link;
-  const Hdf5Lock lock(place.file().state());
-  try {
-    readAttributes(openObject(place.file().id(), place.group() + "/" + inGroup), creator);
-  } catch (const StorageError&) {  // a damaged file: whoever wants the data will be told
+/// Attributes that lie with the fragment's object.
+struct ObjectAttributes : Larder::Attributes {
+  std::string failure;  ///< why they can't be read; empty if they could be
+
+  ObjectAttributes(const FieldPlace& place, const std::string& link, const FragmentRow& row) {
+    if ((row.attributes & FragmentRow::kAttributesOnObject) == 0) return;
+    const std::string inGroup =
+        row.data.lie == Lie::Packed ? kAttributesGroup + ("/" + link) : link;
+    const Hdf5Lock lock(place.file().state());
+    try {
+      readAttributes(openObject(place.file().id(), place.group() + "/" + inGroup), *this);
+    } catch (const StorageError& error) {
+      failure = error.what();
+      tellAfterLock("the attributes of the fragment \"" + unescapedName(link) +
+                    "\" can't be read: " + failure);
+      countFailedRead();
+    }
   }
-}
+};
 
 }  // namespace
 
 CreatorHandle creatorOf(const Larder::StrongPtr<FieldPlace>& place, const std::string& link,
                         const FragmentRow& row) {
+  const ObjectAttributes attributes(*place, link, row);
   const auto stored = Larder::makeStrong<StoredArray>(
-      place, row.data.lie == Lie::Packed ? std::string() : link, row.data);
+      place, row.data.lie == Lie::Packed ? std::string() : link, row.data, attributes.failure);
   CreatorHandle creator(new CreativeArrayBase(stored, place->typeName()));
   creator->setExtent(row.dataExtent());
-  if ((row.attributes & FragmentRow::kAttributesOnObject) != 0)
-    readObjectAttributes(*place, link, row, *creator);
+  for (const auto& [name, value] : attributes.attributes()) creator->setAttribute(name, value);
   if ((row.attributes & FragmentRow::kCellSizeInTable) != 0)
     creator->setAttribute(kCellSize, Larder::singleValue(row.cellSize));
   return creator;

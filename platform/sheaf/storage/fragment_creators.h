@@ -6,7 +6,8 @@
 
 namespace Quilt::Storage {
 
-/// The creator of a fragment that lies in a file, with all that its row and its object tell.
+/// The creator of a fragment that lies in a file, with all that its row and its object tell. If its
+/// attributes can't be read, its array can't either, which is reported.
 /// \param link the fragment's name below the field's group.
 CreatorHandle creatorOf(const Larder::StrongPtr<FieldPlace>& place, const std::string& link,
                         const FragmentRow& row);

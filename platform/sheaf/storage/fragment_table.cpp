@@ -12,7 +12,7 @@ namespace Quilt::Storage {
 
 /// One column: a member of the row.
 struct FragmentTable::Column {
-  enum class Number { U8, I64, U64, F64 };
+  enum class Number { U8, U32, I64, U64, F64 };
 
   const char* name;
   std::size_t offset;
@@ -27,13 +27,14 @@ using Column = FragmentTable::Column;
 using Number = Column::Number;
 
 std::size_t sizeOf(Number number) {
-  return number == Number::U8 ? 1 : 8;
+  return number == Number::U8 ? 1 : number == Number::U32 ? 4 : 8;
 }
 
 /// The caller holds the lock.
 hid_t typeOf(Number number) {
   switch (number) {
     case Number::U8: return H5T_NATIVE_UINT8;
+    case Number::U32: return H5T_NATIVE_UINT32;
     case Number::I64: return H5T_NATIVE_INT64;
     case Number::U64: return H5T_NATIVE_UINT64;
     case Number::F64: break;
@@ -54,6 +55,8 @@ std::vector<Column> allColumns() {
           {"maximum", offsetof(FragmentRow, maximum), Number::F64, 3},
           {"shifted", offsetof(FragmentRow, data.shifted), Number::U8, 0},
           {"shift", offsetof(FragmentRow, data.shift), Number::F64, 3},
+          {"checked", offsetof(FragmentRow, data.checked), Number::U8, 0},
+          {"checksum", offsetof(FragmentRow, data.checksum), Number::U32, 0},
           {"properties", offsetof(FragmentRow, properties), Number::U8, 0},
           {"location", offsetof(FragmentRow, location), Number::U64, 3},
           {"lower_overlap", offsetof(FragmentRow, lowerOverlap), Number::U64, 3},
@@ -112,24 +115,6 @@ Id rowType(const std::vector<PlacedColumn>& columns, const Id& name, std::size_t
   return type;
 }
 
-/// The width of a column in a table of the file; false if it isn't there or is none of ours.
-bool widthInFile(hid_t table, const Column& column, std::size_t& width) {
-  const int index = H5Tget_member_index(table, column.name);
-  if (index < 0) return false;
-  const Id member(H5Tget_member_type(table, static_cast<unsigned>(index)));
-  width = 0;
-  hid_t number = member;
-  Id base;
-  if (H5Tget_class(member) == H5T_ARRAY) {
-    hsize_t extent = 0;
-    if (H5Tget_array_ndims(member) != 1 || H5Tget_array_dims2(member, &extent) < 0) return false;
-    width = extent;
-    base = Id(H5Tget_super(member));
-    number = base;
-  }
-  return isStandardNumber(number) && (width > 0) == (column.width > 0) && width <= column.width;
-}
-
 std::size_t longest(const std::vector<std::string>& names) {
   std::size_t length = 0;
   for (const std::string& name : names) length = std::max(length, name.size());
@@ -175,6 +160,10 @@ std::int64_t FragmentTable::number(std::size_t i) const {
 bool FragmentTable::hasData(std::size_t i) const {
   const Lie lie = kindAt_ ? static_cast<Lie>(bytesOf(i)[*kindAt_]) : Lie::Absent;
   return lie != Lie::Absent && lie <= Lie::Uniform;
+}
+
+bool FragmentTable::isKnownKind(std::size_t i) const {
+  return !kindAt_ || static_cast<Lie>(bytesOf(i)[*kindAt_]) <= Lie::Uniform;
 }
 
 FragmentRow FragmentTable::row(std::size_t i) const {
@@ -230,7 +219,7 @@ void writeTable(Q8File& file, hid_t field, const std::vector<FragmentRow>& rows,
   }
   FilterSettings filter;
   filter.level = bytes.size() > kWorthFiltering ? 1 : 0;
-  writeColumn(file, field, kTableDataset, type, bytes, filter);
+  writeColumn(file, field, kTableDataset, type, bytes, filter, Fletcher::Yes);
 }
 
 namespace {
@@ -240,13 +229,38 @@ namespace {
                      "it is laid out otherwise");
 }
 
+/// The type of a column; not valid if there is none of that name.
+Id columnIn(hid_t row, const char* name) {
+  const int index = H5Tget_member_index(row, name);
+  if (index < 0) return {};
+  return own(H5Tget_member_type(row, static_cast<unsigned>(index)), "read table");
+}
+
 /// The type of the column of names; not valid if there is none.
 Id nameTypeIn(Q8File& file, hid_t row) {
-  const int index = H5Tget_member_index(row, kName);
-  if (index < 0) return {};
-  Id name(H5Tget_member_type(row, static_cast<unsigned>(index)));
-  if (H5Tget_class(name) != H5T_STRING || H5Tis_variable_str(name) > 0) refuse(file);
+  Id name = columnIn(row, kName);
+  if (name.valid() && (checked(H5Tget_class(name), "read table") != H5T_STRING ||
+                       isTrue(H5Tis_variable_str(name), "read table")))
+    refuse(file);
   return name;
+}
+
+/// How many numbers a column has in a table of the file, 0 for one alone; nothing if it isn't
+/// there.
+std::optional<std::size_t> widthIn(Q8File& file, hid_t row, const Column& column) {
+  const Id member = columnIn(row, column.name);
+  if (!member.valid()) return std::nullopt;
+  const bool isArray = checked(H5Tget_class(member), "read table") == H5T_ARRAY;
+  if (isArray != (column.width > 0)) refuse(file);
+  hsize_t width = 0;
+  Id number;
+  if (isArray) {
+    if (checked(H5Tget_array_ndims(member), "read table") != 1) refuse(file);
+    checked(H5Tget_array_dims2(member, &width), "read table");
+    number = own(H5Tget_super(member), "read table");
+  }
+  if (!isStandardNumber(isArray ? number : member) || width > column.width) refuse(file);
+  return width;
 }
 
 }  // namespace
@@ -262,15 +276,17 @@ FragmentTable readTable(Q8File& file, hid_t field) {
     dataset = openDataset(field, kTableDataset);
     const Id fileRow = own(H5Dget_type(dataset), "read table");
     shape = shapeOf(file, dataset, kTableDataset);
-    if (H5Tget_class(fileRow) != H5T_COMPOUND || shape.axes.size() != 1) refuse(file);
+    if (checked(H5Tget_class(fileRow), "read table") != H5T_COMPOUND || shape.axes.size() != 1)
+      refuse(file);
     const Id name = nameTypeIn(file, fileRow);
-    table.nameBytes_ = table.rowBytes_ = name.valid() ? H5Tget_size(name) : 0;
+    table.nameBytes_ = table.rowBytes_ =
+        name.valid() ? checkedSize(H5Tget_size(name), "read table") : 0;
     std::vector<PlacedColumn> columns;
     for (const Column& column : allColumns()) {
-      std::size_t width = 0;
-      if (!widthInFile(fileRow, column, width)) continue;
-      columns.push_back({column, width, table.rowBytes_});
-      table.place(column, width);
+      const auto width = widthIn(file, fileRow, column);
+      if (!width) continue;
+      columns.push_back({column, *width, table.rowBytes_});
+      table.place(column, *width);
     }
     // A file's row may be padded, but not made of nothing: few bytes could claim many rows then.
     if (columns.empty() || table.rowBytes_ > 16 * shape.numberSize) refuse(file);

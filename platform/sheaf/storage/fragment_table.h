@@ -29,8 +29,14 @@ struct DataPlace {
   double shift[3] = {};      ///< to be added to the components
   std::uint8_t rank = 0;
   Lie lie = Lie::Absent;
-  std::uint8_t shifted = 0;  ///< whether `shift` holds
+  std::uint8_t shifted = 0;    ///< whether `shift` holds
+  std::uint8_t checked = 0;    ///< whether `checksum` holds
+  std::uint32_t checksum = 0;  ///< of the bytes in the file, without filters
 
+  void setChecksum(std::uint32_t of) {
+    checksum = of;
+    checked = 1;
+  }
   DynamicSize size() const;
   void setSize(const DynamicSize& size);
   void setShift(const std::optional<std::array<double, 3>>& from);
@@ -75,6 +81,7 @@ class FragmentTable {
   /// The number of row `i`'s fragment, and whether there is data: what most rows are asked for.
   std::int64_t number(std::size_t i) const;
   bool hasData(std::size_t i) const;
+  bool isKnownKind(std::size_t i) const;
   /// Row `i`; its rank and kinds are within their limits, whatever the file says.
   FragmentRow row(std::size_t i) const;
   /// Whether the rows name their fragments; a lattice tells the names otherwise.

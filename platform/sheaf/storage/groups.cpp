@@ -5,25 +5,30 @@
 namespace Quilt::Storage {
 namespace {
 
+/// HDF5 asks before it follows an external link: no.
+herr_t stayInFile(const char*, const char*, const char*, const char*, unsigned*, hid_t, void*) {
+  return -1;
+}
+
 /// Properties that are made once and never released.
-hid_t accessWithoutWriting(hid_t propertyClass) {
+hid_t accessWithinFile(hid_t propertyClass) {
   Id properties = own(H5Pcreate(propertyClass), "prepare to open");
-  checked(H5Pset_elink_acc_flags(properties, H5F_ACC_RDONLY), "prepare to open");
+  checked(H5Pset_elink_cb(properties, stayInFile, nullptr), "prepare to open");
   return properties.release();
 }
 
 hid_t groupAccess() {
-  static const hid_t properties = accessWithoutWriting(H5P_GROUP_ACCESS);
+  static const hid_t properties = accessWithinFile(H5P_GROUP_ACCESS);
   return properties;
 }
 
 hid_t datasetAccess() {
-  static const hid_t properties = accessWithoutWriting(H5P_DATASET_ACCESS);
+  static const hid_t properties = accessWithinFile(H5P_DATASET_ACCESS);
   return properties;
 }
 
 hid_t linkAccess() {
-  static const hid_t properties = accessWithoutWriting(H5P_LINK_ACCESS);
+  static const hid_t properties = accessWithinFile(H5P_LINK_ACCESS);
   return properties;
 }
 
@@ -60,24 +65,33 @@ LinkPath below(LinkPath path, const std::string& link) {
 }
 
 bool hasLink(hid_t parent, const std::string& link) {
-  return H5Lexists(parent, link.c_str(), H5P_DEFAULT) > 0;
+  return isTrue(H5Lexists(parent, link.c_str(), linkAccess()), "look up", link);
 }
 
-bool leadsSomewhere(hid_t parent, const std::string& link) {
-  return H5Oexists_by_name(parent, link.c_str(), linkAccess()) > 0;
+bool leadsSomewhere(hid_t parent, const LinkPath& path) {
+  std::string reached = ".";
+  for (const std::string& link : path) {
+    // HDF5 takes a missing link in the middle of a path for an error.
+    reached += "/" + link;
+    if (!hasLink(parent, reached) ||
+        !isTrue(H5Oexists_by_name(parent, reached.c_str(), linkAccess()), "look up", link))
+      return false;
+  }
+  return true;
 }
 
 std::optional<std::pair<std::string, std::string>> externalTarget(hid_t parent,
                                                                   const std::string& link) {
   H5L_info_t info;
-  if (H5Lget_info(parent, link.c_str(), &info, H5P_DEFAULT) < 0 || info.type != H5L_TYPE_EXTERNAL)
-    return std::nullopt;
+  checked(H5Lget_info(parent, link.c_str(), &info, linkAccess()), "look up", link);
+  if (info.type != H5L_TYPE_EXTERNAL) return std::nullopt;
   std::vector<char> value(info.u.val_size);
   const char* file = nullptr;
   const char* object = nullptr;
-  if (H5Lget_val(parent, link.c_str(), value.data(), value.size(), H5P_DEFAULT) < 0 ||
-      H5Lunpack_elink_val(value.data(), value.size(), nullptr, &file, &object) < 0)
-    return std::nullopt;
+  checked(H5Lget_val(parent, link.c_str(), value.data(), value.size(), linkAccess()), "read link",
+          link);
+  checked(H5Lunpack_elink_val(value.data(), value.size(), nullptr, &file, &object), "read link",
+          link);
   return std::pair(std::string(file), std::string(object));
 }
 
@@ -97,10 +111,9 @@ Id openObject(hid_t parent, const std::string& path) {
   return own(H5Oopen(parent, path.c_str(), linkAccess()), "open", path);
 }
 
-Id tryOpenGroup(hid_t parent, const std::string& path) {
-  Id group(H5Gopen2(parent, path.c_str(), groupAccess()));
-  if (!group.valid()) H5Eclear2(H5E_DEFAULT);
-  return group;
+Id openIfGroup(hid_t parent, const std::string& path) {
+  Id object = openObject(parent, path);
+  return checked(H5Iget_type(object), "open", path) == H5I_GROUP ? std::move(object) : Id();
 }
 
 Id createGroup(hid_t parent, const std::string& name) {
@@ -141,6 +154,12 @@ std::vector<std::string> childLinks(hid_t group) {
   std::vector<std::string> links = allLinks(group);
   std::erase_if(links, [](const std::string& link) { return link[0] == '@'; });
   return links;
+}
+
+ObjectPlace placeOf(hid_t object) {
+  H5O_info_t info;
+  checked(H5Oget_info2(object, &info, H5O_INFO_BASIC), "examine an object");
+  return {info.fileno, info.addr};
 }
 
 }  // namespace Quilt::Storage

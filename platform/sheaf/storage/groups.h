@@ -9,8 +9,10 @@
 
 /// Groups and the links between objects. In all functions the caller holds the lock.
 ///
-/// Whatever lies in another file, behind an external link, is opened for reading only: files are
-/// written through the `Q8File` that writes them, never past their owner.
+/// Nothing here follows an external link: HDF5 would search other folders than the main file's, and
+/// ask the environment. `LinkedFiles` opens the files behind such links.
+///
+/// A link or object that isn't there is a result; a look-up that fails throws.
 namespace Quilt::Storage {
 
 /// The links from the root group to an object, each as it stands in the file.
@@ -26,10 +28,12 @@ LinkPath below(LinkPath path, const std::string& link);
 /// HDF5's properties for links whose names are UTF-8.
 hid_t linkProperties();
 
+/// \throw StorageError if the group can't be read
 bool hasLink(hid_t parent, const std::string& link);
-/// Whether a link leads to an object; one to a file that isn't there doesn't.
-bool leadsSomewhere(hid_t parent, const std::string& link);
+/// Whether all links of a path are there and lead to an object. \throw StorageError
+bool leadsSomewhere(hid_t parent, const LinkPath& path);
 /// File and path behind an external link, as they stand in it; none for any other link.
+/// \pre the link is there. \throw StorageError
 std::optional<std::pair<std::string, std::string>> externalTarget(hid_t parent,
                                                                   const std::string& link);
 void removeLink(hid_t parent, const std::string& link);
@@ -38,8 +42,9 @@ void removeLink(hid_t parent, const std::string& link);
 Id openGroup(hid_t parent, const std::string& path);
 Id openDataset(hid_t parent, const std::string& path);
 Id openObject(hid_t parent, const std::string& path);
-/// The same for a group; not valid if there is no group.
-Id tryOpenGroup(hid_t parent, const std::string& path);
+/// The group that a path leads to; not valid if the object there is of another kind.
+/// \throw StorageError also if there is no object
+Id openIfGroup(hid_t parent, const std::string& path);
 
 /// The group at `path`, made with all above it where missing. \throw StorageError
 Id makeGroup(Q8File& file, const LinkPath& path);
@@ -51,5 +56,9 @@ Id findGroup(Q8File& file, const LinkPath& path);
 std::vector<std::string> allLinks(hid_t group);
 /// Those that are not our own.
 std::vector<std::string> childLinks(hid_t group);
+
+/// What tells two groups apart: the open file's number in HDF5, and the address in the file.
+using ObjectPlace = std::pair<unsigned long, haddr_t>;
+ObjectPlace placeOf(hid_t object);
 
 }  // namespace Quilt::Storage

@@ -69,6 +69,18 @@ Result checked(Result result, const char* operation, const std::string& object =
   return result;
 }
 
+/// The answer of an HDF5 call that can also fail: an error is not a "no". \throw StorageError
+inline bool isTrue(htri_t answer, const char* operation, const std::string& object = {}) {
+  return checked(answer, operation, object) > 0;
+}
+
+/// A size for which HDF5 gives 0 on failure. \throw StorageError
+inline std::size_t checkedSize(std::size_t size, const char* operation,
+                               const std::string& object = {}) {
+  if (size == 0) fail(object.empty() ? operation : std::string(operation) + " " + object);
+  return size;
+}
+
 /// Objects that could not be closed and whose file is not known, since the process began.
 std::uint64_t unassignedFailures();
 

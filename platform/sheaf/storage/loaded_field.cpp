@@ -5,12 +5,15 @@
 
 namespace Quilt::Storage {
 
-LoadedField::LoadedField(const Larder::StrongPtr<FieldPlace>& place,
+LoadedField::LoadedField(const FileHandle& bundleFile, std::string bundlePath,
+                         const Larder::StrongPtr<FieldPlace>& place,
                          const Larder::StrongPtr<FragmentIDCollection>& fragments,
                          FragmentTable table, const FragmentNumbers& numbers,
                          std::shared_ptr<const IdentifierContent> inFile,
                          const Larder::StrongPtr<FieldSource>& former)
-    : place_(place),
+    : bundleFile_(bundleFile),
+      bundlePath_(std::move(bundlePath)),
+      place_(place),
       fragments_(fragments),
       inFile_(std::move(inFile)),
       former_(former),

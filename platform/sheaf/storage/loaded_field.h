@@ -31,11 +31,14 @@ class FragmentNumbers {
 /// What a file holds of one field: makes the fragments' creators when they are asked for.
 class LoadedField : public FieldSource {
  public:
+  /// \param bundleFile the bundle's file, which may hold no more than a link to the field.
+  /// \param bundlePath of the field, or the link, in that file.
   /// \param fragments the field's identifiers, which name the fragments' data.
   /// \param table its numbers are within those that `numbers` takes.
   /// \param inFile the fragments' names in the file; null if they are those of `fragments`.
   /// \param former what other files hold of the field; theirs comes first. May be null.
-  LoadedField(const Larder::StrongPtr<FieldPlace>& place,
+  LoadedField(const FileHandle& bundleFile, std::string bundlePath,
+              const Larder::StrongPtr<FieldPlace>& place,
               const Larder::StrongPtr<FragmentIDCollection>& fragments, FragmentTable table,
               const FragmentNumbers& numbers, std::shared_ptr<const IdentifierContent> inFile,
               const Larder::StrongPtr<FieldSource>& former);
@@ -44,6 +47,8 @@ class LoadedField : public FieldSource {
   CreatorHandle makeWholeCreator() override;
   bool holds(std::uint32_t number) const override;
 
+  const FileHandle& bundleFile() const { return bundleFile_; }
+  const std::string& bundlePath() const { return bundlePath_; }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
   Larder::StrongPtr<FieldSource> former() const override { return former_; }
   /// The file's row of the fragment of that number in the bundle, or of the undivided data for
@@ -55,6 +60,8 @@ class LoadedField : public FieldSource {
  private:
   std::string linkOf(std::uint32_t number, const FragmentRow& row) const;
 
+  FileHandle bundleFile_;
+  std::string bundlePath_;
   Larder::StrongPtr<FieldPlace> place_;
   Larder::StrongPtr<FragmentIDCollection> fragments_;
   std::shared_ptr<const IdentifierContent> inFile_;

@@ -1,5 +1,7 @@
 #include "recast/sheaf/storage/number_types.h"
 
+#include "recast/sheaf/storage/hdf5_calls.h"
+
 namespace Quilt::Storage {
 
 hid_t fileType(hid_t memoryType, bool single) {
@@ -24,7 +26,7 @@ bool isStandardNumber(hid_t type) {
                             H5T_STD_U8BE,      H5T_STD_I8BE,   H5T_STD_U16BE,  H5T_STD_I16BE,
                             H5T_NATIVE_LDOUBLE};
   for (const hid_t known : standard)
-    if (H5Tequal(type, known) > 0) return true;
+    if (isTrue(H5Tequal(type, known), "compare types")) return true;
   return false;
 }
 

@@ -90,7 +90,8 @@ const FileHandle& OutputFiles::fileFor(const Placement& place, LinkPath& path) {
   std::string name;
   std::string inside;
   LinkPath insidePath = path;
-  if (existing_ && staysWhereItLies(path, name, insidePath)) {
+  const bool stays = existing_ && staysWhereItLies(path, name, insidePath);
+  if (stays) {
     if (name.empty()) return main_.file;
   } else {
     std::tie(name, inside) = storage_->getExternalLocation(
@@ -103,6 +104,8 @@ const FileHandle& OutputFiles::fileFor(const Placement& place, LinkPath& path) {
   if (target.is_relative())
     target = std::filesystem::path(main_.partial->target()).parent_path() / target;
   const std::string targetName = target.lexically_normal().string();
+  if (stays && !external_.contains(targetName) && !std::filesystem::exists(targetName))
+    refuse(place, "it lies in " + name + ", which is gone");
   const auto [claim, isNew] =
       externalPlaces_.try_emplace(targetName + joined(insidePath), joined(mainPath));
   if (claim->second != joined(mainPath))
@@ -123,10 +126,6 @@ bool OutputFiles::staysWhereItLies(const LinkPath& path, std::string& externalFi
   const Id parent = findGroup(*main_.file, {path.begin(), path.end() - 1});
   if (!parent.valid() || !hasLink(parent, path.back())) return false;
   if (const auto target = externalTarget(parent, path.back())) {
-    if (!leadsSomewhere(parent, path.back())) {
-      removeLink(parent, path.back());  // the data is lost; nothing stands in the field's way
-      return false;
-    }
     externalFile = target->first;
     inside = splitPath(target->second);
   }

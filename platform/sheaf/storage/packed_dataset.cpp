@@ -38,20 +38,22 @@ bool PackedDataset::openPresent(const std::string& path) {
   dataset_ = openDataset(file_.id(), path);
   const DatasetShape shape = shapeOf(file_, dataset_, path);
   const Id type = own(H5Dget_type(dataset_), "open dataset", path);
-  single_ = H5Tequal(type, H5T_IEEE_F32LE) > 0 && layout_.memoryType == H5T_NATIVE_DOUBLE;
+  single_ = isTrue(H5Tequal(type, H5T_IEEE_F32LE), "open dataset", path) &&
+            layout_.memoryType == H5T_NATIVE_DOUBLE;
   numberBytes_ = single_ ? sizeof(float) : layout_.componentSize;
   elementBytes_ = numberBytes_ * layout_.components;
   const Id properties = own(H5Dget_create_plist(dataset_), "open dataset", path);
-  const bool filtered = H5Pget_nfilters(properties) > 0;
+  const bool filtered = checked(H5Pget_nfilters(properties), "open dataset", path) > 0;
   const std::size_t rank = layout_.components > 1 ? 2 : 1;
-  if (H5Tequal(type, fileType(layout_.memoryType, single_)) <= 0 || shape.axes.size() != rank ||
-      shape.chunk.size() != rank || (filtered && !shape.shuffleDeflate))
+  const hid_t ours = fileType(layout_.memoryType, single_);
+  if (!isTrue(H5Tequal(type, ours), "open dataset", path) || shape.axes.size() != rank ||
+      shape.chunk.size() != rank || (filtered && (!shape.shuffleDeflate || shape.fletcher)))
     return false;
   if (rank == 2 && (shape.axes[1] != layout_.components || shape.chunk[1] != layout_.components))
     return false;
   const Id space = own(H5Dget_space(dataset_), "open dataset", path);
   hsize_t most[2] = {0, 0};
-  H5Sget_simple_extent_dims(space, nullptr, most);
+  checked(H5Sget_simple_extent_dims(space, nullptr, most), "open dataset", path);
   if (most[0] != H5S_UNLIMITED || shape.chunk[0] > kMostChunkBytes / elementBytes_) return false;
   chunkElements_ = shape.chunk[0];
   elements_ = inFile_ = shape.axes[0];

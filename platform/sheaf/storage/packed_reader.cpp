@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "recast/sheaf/storage/chunk_reader.h"
+#include "recast/sheaf/storage/checksum.h"
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/groups.h"
 
@@ -20,7 +20,7 @@ void PackedReader::requireElements(std::uint64_t first, std::uint64_t elements) 
   const std::lock_guard guard(mutex_);
   const Hdf5Lock lock(file_->state());
   // The file closes its datasets when it is put in place.
-  const bool open = dataset_.valid() && H5Iis_valid(dataset_) > 0;
+  const bool open = dataset_.valid() && isTrue(H5Iis_valid(dataset_), "read", path_);
   if (!open || first + elements > shape_.axes[0]) refresh();
   if (first > shape_.axes[0] || elements > shape_.axes[0] - first)
     throw StorageError(file_->state().shownName, "read " + path_,
@@ -34,22 +34,41 @@ void PackedReader::refresh() {
   const std::size_t rank = layout_.components > 1 ? 2 : 1;
   if (shape.axes.size() != rank || (rank == 2 && shape.axes[1] != layout_.components))
     throw StorageError(file_->state().shownName, "read " + path_, "it is laid out otherwise");
+  type_ = own(H5Dget_type(dataset), "read", path_);
+  form_ = formOf(dataset, layout_.memoryType);
   dataset_ = std::move(dataset);
   shape_ = std::move(shape);
 }
 
-void PackedReader::read(std::uint64_t first, std::uint64_t elements, std::byte* target) {
+std::uint32_t PackedReader::read(std::uint64_t first, std::uint64_t elements, std::byte* target) {
   const std::lock_guard guard(mutex_);
-  const std::size_t elementBytes = layout_.componentSize * layout_.components;
+  std::uint32_t checksum = 0;
   while (elements > 0) {
     const Piece& piece = pieceWith(first);
     const std::uint64_t taken = std::min(elements, piece.end - first);
-    std::memcpy(target, piece.numbers.data() + (first - piece.first) * elementBytes,
-                taken * elementBytes);
-    target += taken * elementBytes;
+    const auto numbers =
+        std::span(piece.numbers).subspan((first - piece.first) * fileBytes(), taken * fileBytes());
+    checksum = checksumOf(numbers, checksum);
+    toMemory(numbers, target);
+    target += taken * memoryBytes();
     first += taken;
     elements -= taken;
   }
+  return checksum;
+}
+
+void PackedReader::toMemory(std::span<const std::byte> numbers, std::byte* target) const {
+  const std::size_t count = numbers.size() / shape_.numberSize;
+  if (form_ != NumberForm::Other) {
+    convert(form_, numbers.data(), count, layout_.componentSize, target);
+    return;
+  }
+  std::vector<std::byte> buffer(count * std::max(shape_.numberSize, layout_.componentSize));
+  std::memcpy(buffer.data(), numbers.data(), numbers.size());
+  const Hdf5Lock lock(file_->state());
+  checked(H5Tconvert(type_, layout_.memoryType, count, buffer.data(), nullptr, H5P_DEFAULT), "read",
+          path_);
+  std::memcpy(target, buffer.data(), count * layout_.componentSize);
 }
 
 const PackedReader::Piece& PackedReader::pieceWith(std::uint64_t element) {
@@ -58,9 +77,8 @@ const PackedReader::Piece& PackedReader::pieceWith(std::uint64_t element) {
   if (found == pieces_.end()) {
     if (pieces_.size() < kKeptPieces) pieces_.emplace_back();
     found = std::prev(pieces_.end());  // the one that was not used for longest
-    const std::size_t elementBytes = layout_.componentSize * layout_.components;
     const std::uint64_t perPiece = shape_.chunk.empty()
-                                       ? std::max<std::uint64_t>(1, kPieceBytes / elementBytes)
+                                       ? std::max<std::uint64_t>(1, kPieceBytes / fileBytes())
                                        : shape_.chunk[0];
     load(*found, element / perPiece * perPiece, perPiece);
   }
@@ -78,10 +96,10 @@ void PackedReader::load(Piece& piece, std::uint64_t first, std::uint64_t element
     start.push_back(0);
     size.push_back(layout_.components);
   }
-  piece.numbers.resize((end - first) * layout_.components * layout_.componentSize);
   if (!readFiltered(piece, start, elements)) {
+    piece.numbers.resize((end - first) * fileBytes());
     const Hdf5Lock lock(file_->state());
-    readBox(dataset_, start, size, layout_.memoryType, piece.numbers.data());
+    readBox(dataset_, start, size, type_, piece.numbers.data());
   }
   piece.first = first;
   piece.end = end;
@@ -93,20 +111,9 @@ bool PackedReader::readFiltered(Piece& piece, const std::vector<hsize_t>& start,
   const bool wholeRows = layout_.components == 1 ||
                          (shape_.chunk.size() == 2 && shape_.chunk[1] == layout_.components);
   if (!shape_.shuffleDeflate || !wholeRows) return false;
-  NumberForm form = NumberForm::Other;
-  {
-    const Hdf5Lock lock(file_->state());
-    form = formOf(dataset_, layout_.memoryType);
-  }
-  if (form == NumberForm::Other) return false;
-  std::vector<std::byte> stored(chunkElements * layout_.components * shape_.numberSize);
-  ChunkReader reader(*file_, dataset_, shape_.numberSize, stored.size());
-  if (!reader.read(start, stored)) return false;
-  if (form == NumberForm::Widened)
-    widen(stored.data(), piece.numbers.size() / layout_.componentSize, piece.numbers.data());
-  else
-    std::memcpy(piece.numbers.data(), stored.data(), piece.numbers.size());
-  return true;
+  piece.numbers.resize(chunkElements * fileBytes());
+  ChunkReader reader(*file_, dataset_, shape_, piece.numbers.size());
+  return reader.read(start, piece.numbers);
 }
 
 }  // namespace Quilt::Storage

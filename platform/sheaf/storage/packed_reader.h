@@ -1,9 +1,11 @@
 #pragma once
 
 #include <mutex>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "recast/sheaf/storage/chunk_reader.h"
 #include "recast/sheaf/storage/dataset_shape.h"
 #include "recast/sheaf/storage/element_layout.h"
 
@@ -24,12 +26,12 @@ class PackedReader {
   /// \throw StorageError if it doesn't, or can't be read at all
   void requireElements(std::uint64_t first, std::uint64_t elements);
   /// Reads the numbers of `elements` elements from `first` on as the layout's memory type.
-  /// \throw StorageError
-  void read(std::uint64_t first, std::uint64_t elements, std::byte* target);
+  /// \return the checksum of their bytes in the file's form. \throw StorageError
+  std::uint32_t read(std::uint64_t first, std::uint64_t elements, std::byte* target);
 
  private:
   void refresh();
-  /// Elements that are in memory as numbers of memory's form.
+  /// Elements that are in memory as numbers of the file's form.
   struct Piece {
     std::uint64_t first = 0;
     std::uint64_t end = 0;
@@ -41,6 +43,9 @@ class PackedReader {
   const Piece& pieceWith(std::uint64_t element);
   void load(Piece& piece, std::uint64_t first, std::uint64_t elements);
   bool readFiltered(Piece& piece, const std::vector<hsize_t>& start, std::uint64_t chunkElements);
+  void toMemory(std::span<const std::byte> numbers, std::byte* target) const;
+  std::size_t fileBytes() const { return shape_.numberSize * layout_.components; }
+  std::size_t memoryBytes() const { return layout_.componentSize * layout_.components; }
 
   FileHandle file_;
   std::string path_;
@@ -48,6 +53,8 @@ class PackedReader {
 
   std::mutex mutex_;  // guards the members below
   Id dataset_;
+  Id type_;  // of the numbers in the file
+  NumberForm form_ = NumberForm::Other;
   DatasetShape shape_;
   std::vector<Piece> pieces_;  // the one that was used last first
 };

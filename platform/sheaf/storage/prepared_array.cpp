@@ -16,6 +16,10 @@ PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool 
   const bool extentNow = packed || pool == nullptr;
   const auto image = std::make_shared<const ArrayImage>(makeImage(array, rules, extentNow));
   prepared.image = image;
+  if (packed || (pool == nullptr && rules.filter.level == 0))
+    prepared.checksumNow = checksumOf(image->bytes);
+  else if (rules.filter.level == 0)
+    prepared.laterChecksum = pool->run([image] { return checksumOf(image->bytes); });
   if (packed) return prepared;
   if (!image->extent && rules.computeExtent && !extentNow)
     prepared.laterExtent = pool->run([image] {
@@ -29,7 +33,9 @@ PreparedArray prepare(const MemBaseHandle& array, const StoreRules& rules, bool 
     const auto bytes = image->bytes.subspan(block.firstNumber * image->numberSize,
                                             block.numbers * image->numberSize);
     auto task = [image, bytes, fullBytes, filter = rules.filter] {
-      return filterBlock(bytes, image->numberSize, fullBytes, filter);
+      FilteredBlock filtered = filterBlock(bytes, image->numberSize, fullBytes, filter);
+      filtered.checksum = checksumOf(bytes);
+      return filtered;
     };
     prepared.blocks.push_back(pool != nullptr ? pool->run(std::move(task))
                                               : std::async(std::launch::deferred, std::move(task)));

@@ -18,11 +18,16 @@ struct PreparedArray {
   std::unique_ptr<BlockPlan> plan;                 ///< null for an array that goes packed
   std::vector<std::future<FilteredBlock>> blocks;  ///< empty for a plain dataset
   std::future<DataExtent> laterExtent;             ///< valid if the image has none yet
+  std::uint32_t checksumNow = 0;                   ///< of the image, or
+  std::future<std::uint32_t> laterChecksum;        ///< the same, if valid; neither with blocks
 
   /// Waits for the extent. To be asked for once; without meaning if the rules want none.
   DataExtent extent() {
     return laterExtent.valid() ? laterExtent.get() : image->extent.value_or(DataExtent());
   }
+  /// Waits for the checksum of the image. To be asked for once; without meaning if there are
+  /// blocks, which have their own.
+  std::uint32_t checksum() { return laterChecksum.valid() ? laterChecksum.get() : checksumNow; }
 };
 
 /// Makes the image of an array, and lets `pool` filter it and find its extent; without one, whoever

@@ -1,5 +1,6 @@
 #include "recast/sheaf/storage/q8_file.h"
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 
@@ -12,11 +13,10 @@ namespace {
 
 Id accessProperties(const std::shared_ptr<FileState>& state) {
   Id properties = own(H5Pcreate(H5P_FILE_ACCESS), "prepare to open");
-  useFileDriver(properties, state);
+  checked(useFileDriver(properties, state), "prepare to open");
   // The 1.10 format: all its metadata carries checksums, so that damage is found when it is read.
   checked(H5Pset_libver_bounds(properties, H5F_LIBVER_V110, H5F_LIBVER_V110), "choose the format");
   checked(H5Pset_fclose_degree(properties, H5F_CLOSE_STRONG), "prepare to open");
-  checked(H5Pset_elink_file_cache_size(properties, 16), "prepare to open");
   return properties;
 }
 
@@ -34,7 +34,9 @@ void requireForm(const std::string& path, const std::string& shownName) {
   struct stat status {};
   const bool isFile = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
   const FileForm form = isFile ? formOfFile(descriptor) : FileForm::Checksummed;
+  const int error = errno;
   ::close(descriptor);
+  if (form == FileForm::Unreadable) throw StorageError(shownName, "open", std::strerror(error));
   if (form == FileForm::Foreign)
     throw StorageError(shownName, "open", "this is no .q8 file (and no HDF5 file)");
   if (form == FileForm::Unchecked)

@@ -14,6 +14,7 @@ namespace {
 struct Marks {
   std::uint8_t rank;
   std::uint8_t shifted;
+  std::uint8_t checked;
   DataExtent::Kind extent;
   std::uint8_t attributes;
 
@@ -27,6 +28,7 @@ template <class Row, class Piece>
 void forEachPiece(Row& row, const Marks& marks, Piece piece) {
   piece(row.data.shape, marks.rank);
   piece(&row.data.offset, 1);
+  piece(&row.data.checksum, marks.checked != 0 ? 1 : 0);
   piece(row.data.shift, marks.shifted != 0 ? 3 : 0);
   piece(row.minimum, marks.extentNumbers());
   piece(row.maximum, marks.extentNumbers());
@@ -42,7 +44,7 @@ void append(std::vector<std::byte>& bytes, const void* from, std::size_t size) {
 
 void ReleasedFragments::keep(std::uint32_t number, const FragmentRow& row) {
   const std::lock_guard lock(mutex_);
-  const Marks marks{row.data.rank, row.data.shifted, row.extent, row.attributes};
+  const Marks marks{row.data.rank, row.data.shifted, row.data.checked, row.extent, row.attributes};
   forEachPiece(row, marks, [this](const auto* first, std::size_t count) {
     append(bytes_, first, count * sizeof *first);
   });
@@ -72,6 +74,7 @@ std::optional<FragmentRow> ReleasedFragments::rowOf(std::uint32_t number) const 
   row.data.lie = Lie::Packed;
   row.data.rank = marks.rank;
   row.data.shifted = marks.shifted;
+  row.data.checked = marks.checked;
   row.extent = marks.extent;
   row.attributes = marks.attributes;
   std::size_t size = 0;

@@ -8,7 +8,6 @@
 #include "recast/sheaf/storage/attribute_io.h"
 #include "recast/sheaf/storage/dataset_io.h"
 #include "recast/sheaf/storage/element_layout.h"
-#include "recast/sheaf/storage/file_stretch.h"
 #include "recast/sheaf/storage/format_names.h"
 #include "recast/sheaf/storage/groups.h"
 #include "recast/sheaf/storage/link_names.h"
@@ -17,28 +16,31 @@
 namespace Quilt::Storage {
 namespace {
 
+std::atomic<std::uint64_t> failures{0};
+
 /// Reads pieces of a dataset that lies in one stretch.
 class StretchReader : public PieceReader {
  public:
-  StretchReader(FileStretch stretch, std::size_t elementSize)
-      : stretch_(std::move(stretch)), elementSize_(elementSize) {}
+  explicit StretchReader(StoredArray::Stretch stretch) : stretch_(std::move(stretch)) {}
+
+  bool usable() const { return stretch_.place && !stretch_.place->isWritten(); }
+  std::uint32_t checksum() const { return checksumOf(*stretch_.place, stretch_.bytes); }
 
   bool read(std::uint64_t first, std::uint64_t count, void* target) const override {
     try {
-      stretch_.read(first * elementSize_, {static_cast<std::byte*>(target), count * elementSize_});
+      const std::size_t size = stretch_.elementSize;
+      stretch_.place->read(first * size, {static_cast<std::byte*>(target), count * size});
       return true;
     } catch (const StorageError& error) {
       Larder::Console() << error.what();
+      countFailedRead();
       return false;
     }
   }
 
  private:
-  FileStretch stretch_;
-  std::size_t elementSize_;
+  StoredArray::Stretch stretch_;
 };
-
-std::atomic<std::uint64_t> failures{0};
 
 ElementLayout layoutIn(const FieldPlace& place) {
   const auto type = QuiltTypeBase::find(place.typeName());
@@ -62,6 +64,17 @@ PackedReader& FieldPlace::packedReader() {
   return *reader_;
 }
 
+std::uint32_t uniformChecksum(const unsigned long long* size, const double* origin,
+                              const double* spacing) {
+  std::uint32_t checksum = checksumOf(std::as_bytes(std::span(size, 3)));
+  checksum = checksumOf(std::as_bytes(std::span(origin, 3)), checksum);
+  return checksumOf(std::as_bytes(std::span(spacing, 3)), checksum);
+}
+
+void countFailedRead() {
+  ++failures;
+}
+
 std::string fragmentLink(const FragmentID* fragment) {
   return fragment == nullptr ? kUndividedLink : escapedName(fragment->name());
 }
@@ -82,25 +95,39 @@ bool StoredArray::isReplaced() const {
 
 MemBaseHandle StoredArray::read() {
   try {
-    place_->file().requireWritten();
-    if (isReplaced())
-      throw StorageError(place_->file().state().shownName, "read " + place_->group() + "/" + link_,
-                         "other data has replaced it");
-    switch (data_.lie) {
-      case Lie::Dataset: return readDataset();
-      case Lie::Packed: return readPacked();
-      case Lie::Lists: return readLists();
-      case Lie::Uniform: return readUniform();
-      case Lie::Absent: break;
-    }
+    return readChecked();
   } catch (const StorageError& error) {
     Larder::Console() << error.what();
   } catch (const std::exception& error) {  // there is not enough memory
     Larder::Console() << place_->file().state().shownName << ": read " << place_->group() << "/"
                       << link_ << ": " << error.what();
   }
-  ++failures;
+  countFailedRead();
   return nullptr;
+}
+
+MemBaseHandle StoredArray::readChecked() const {
+  place_->file().requireWritten();
+  if (isReplaced())
+    throw StorageError(place_->file().state().shownName, "read " + place_->group() + "/" + link_,
+                       "other data has replaced it");
+  if (!hasAttributes())
+    throw StorageError(place_->file().state().shownName, "read " + place_->group() + "/" + link_,
+                       "its attributes can't be read (" + unreadable_ + ")");
+  switch (data_.lie) {
+    case Lie::Dataset: return readDataset();
+    case Lie::Packed: return readPacked();
+    case Lie::Lists: return readLists();
+    case Lie::Uniform: return readUniform();
+    case Lie::Absent: break;
+  }
+  damaged();
+}
+
+void StoredArray::requireChecksum(std::uint32_t checksum) const {
+  if (data_.checked != 0 && checksum != data_.checksum)
+    throw StorageError(place_->file().state().shownName, "read " + place_->group() + "/" + link_,
+                       "the data is damaged: its checksum is not that of the table");
 }
 
 void StoredArray::damaged() const {
@@ -139,18 +166,25 @@ StoredArray::OpenNumbers StoredArray::openNumbers() const {
 
 std::unique_ptr<PieceReader> StoredArray::openPieces() {
   if (data_.lie != Lie::Dataset || data_.shifted != 0 || isReplaced()) return nullptr;
-  Q8File& file = place_->file();
   try {
-    const Hdf5Lock lock(file.state());
-    const OpenNumbers numbers = openNumbers();
-    auto stretch = FileStretch::of(file, numbers.dataset, numbers.layout.memoryType,
-                                   numbers.shape.numbers * numbers.shape.numberSize);
-    if (!stretch || stretch->isWritten()) return nullptr;
-    return std::make_unique<StretchReader>(
-        std::move(*stretch), numbers.layout.componentSize * numbers.layout.components);
+    auto reader = std::make_unique<StretchReader>(openStretch());
+    if (!reader->usable()) return nullptr;
+    // A piece has no checksum of its own.
+    if (data_.checked != 0)
+      std::call_once(piecesChecked_, [&] { requireChecksum(reader->checksum()); });
+    return reader;
   } catch (const StorageError&) {
     return nullptr;  // whoever reads the whole array then will hear of it
   }
+}
+
+StoredArray::Stretch StoredArray::openStretch() const {
+  Q8File& file = place_->file();
+  const Hdf5Lock lock(file.state());
+  const OpenNumbers numbers = openNumbers();
+  const std::uint64_t bytes = numbers.shape.numbers * numbers.shape.numberSize;
+  return {FileStretch::of(file, numbers.dataset, numbers.layout.memoryType, bytes), bytes,
+          numbers.layout.componentSize * numbers.layout.components};
 }
 
 MemBaseHandle StoredArray::readDataset() const {
@@ -163,8 +197,10 @@ MemBaseHandle StoredArray::readDataset() const {
   MemBaseHandle array = emptyArray();
   if (numbers.shape.numbers == 0) return array;
   auto* target = static_cast<std::byte*>(array->getChunk()->data_ptr());
+  std::uint32_t checksum = 0;
   readNumbers(file, numbers.dataset, numbers.shape, numbers.layout.memoryType,
-              numbers.layout.componentSize, target);
+              numbers.layout.componentSize, target, data_.checked != 0 ? &checksum : nullptr);
+  requireChecksum(checksum);
   addShift(*array);
   return array;
 }
@@ -177,7 +213,7 @@ MemBaseHandle StoredArray::readPacked() const {
   MemBaseHandle array = emptyArray();
   if (elements == 0) return array;
   auto* target = static_cast<std::byte*>(array->getChunk()->data_ptr());
-  reader.read(data_.offset, elements, target);
+  requireChecksum(reader.read(data_.offset, elements, target));
   addShift(*array);
   return array;
 }
@@ -190,8 +226,11 @@ MemBaseHandle StoredArray::readLists() const {
     const Hdf5Lock lock(file.state());
     if (!layoutIn(*place_).isList) damaged();
   }
-  const auto offsets = readColumn<std::uint64_t>(file, path + "/" + kListOffsets);
-  const auto values = readColumn<unsigned int>(file, path + "/" + kListValues);
+  std::uint32_t ofOffsets = 0;
+  std::uint32_t ofValues = 0;
+  const auto offsets = readColumn<std::uint64_t>(file, path + "/" + kListOffsets, &ofOffsets);
+  const auto values = readColumn<unsigned int>(file, path + "/" + kListValues, &ofValues);
+  requireChecksum(joinedChecksum(ofOffsets, ofValues, values.size() * sizeof(unsigned int)));
   std::uint64_t lists = 0;
   if (offsets.empty() || !data_.size().product(1, lists) || lists != offsets.size() - 1 ||
       !std::is_sorted(offsets.begin(), offsets.end()) || offsets.back() > values.size())
@@ -221,6 +260,8 @@ MemBaseHandle StoredArray::readUniform() const {
   if (!readNumbers(group, kOriginAttribute, origin.values, 3) ||
       !readNumbers(group, kSpacingAttribute, spacing.values, 3))
     damaged();
+  const unsigned long long size[] = {data_.shape[0], data_.shape[1], data_.shape[2]};
+  requireChecksum(uniformChecksum(size, origin.values, spacing.values));
   return Larder::makeStrong<UniformCartesianArray>(data_.size().toMultiIndex<3>(), origin, spacing);
 }
 

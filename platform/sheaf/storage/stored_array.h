@@ -3,12 +3,14 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
 #include "recast/meadow/creative_array.h"
 #include "recast/meadow/fragment_id.h"
 #include "recast/sheaf/storage/dataset_shape.h"
+#include "recast/sheaf/storage/file_stretch.h"
 #include "recast/sheaf/storage/fragment_table.h"
 #include "recast/sheaf/storage/packed_reader.h"
 #include "recast/sheaf/storage/q8_file.h"
@@ -18,12 +20,16 @@ namespace Quilt::Storage {
 /// Where the data of one field lies: shared by its fragments.
 class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
  public:
-  /// \param writer identifies who writes the data; null for what was loaded.
+  /// \param bundleFile the main file of the bundle that the data belongs to; `file` may be another.
   FieldPlace(const FileHandle& file, std::string group, std::string typeName,
-             const void* writer = nullptr)
-      : file_(file), group_(std::move(group)), typeName_(std::move(typeName)), writer_(writer) {}
+             const Q8File* bundleFile)
+      : file_(file),
+        group_(std::move(group)),
+        typeName_(std::move(typeName)),
+        bundleFile_(bundleFile) {}
 
-  const void* writer() const { return writer_; }
+  /// Identifies the bundle's main file, which may be gone.
+  const Q8File* bundleFile() const { return bundleFile_; }
   /// Notes that other data has taken the place of that link's, so that nobody reads it as the
   /// former.
   void noteReplaced(const std::string& link);
@@ -40,7 +46,7 @@ class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
   FileHandle file_;
   std::string group_;
   std::string typeName_;
-  const void* writer_;
+  const Q8File* bundleFile_;
   std::once_flag readerMade_;
   std::unique_ptr<PackedReader> reader_;
   mutable std::mutex mutex_;  // guards the replaced links
@@ -51,8 +57,17 @@ class FieldPlace : public Larder::ReferenceBase<FieldPlace> {
 class StoredArray : public StoredFragment {
  public:
   /// \param link the fragment's name below the field's group.
-  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const DataPlace& data)
-      : place_(place), link_(std::move(link)), data_(data) {}
+  /// \param unreadable what else of the fragment could not be read: so neither can its array.
+  StoredArray(const Larder::StrongPtr<FieldPlace>& place, std::string link, const DataPlace& data,
+              std::string unreadable = {})
+      : place_(place), link_(std::move(link)), data_(data), unreadable_(std::move(unreadable)) {}
+
+  /// Where the numbers lie if that is one stretch of the file.
+  struct Stretch {
+    std::optional<FileStretch> place;
+    std::uint64_t bytes = 0;
+    std::size_t elementSize = 0;
+  };
 
   MemBaseHandle read() override;
   DynamicSize size() const override { return data_.size(); }
@@ -60,6 +75,8 @@ class StoredArray : public StoredFragment {
   /// Notes that other data has taken the place: whoever kept the creator must not read that.
   void noteReplaced() { replaced_ = true; }
   const DataPlace& data() const { return data_; }
+  /// Whether the attributes of the fragment are known.
+  bool hasAttributes() const { return unreadable_.empty(); }
   const Larder::StrongPtr<FieldPlace>& place() const { return place_; }
 
  private:
@@ -70,14 +87,20 @@ class StoredArray : public StoredFragment {
     ElementLayout layout;
   };
 
+  /// Reads the array and compares its checksum. \throw StorageError
+  MemBaseHandle readChecked() const;
   MemBaseHandle readDataset() const;
   /// The caller holds the lock. \throw StorageError
   OpenNumbers openNumbers() const;
+  /// \throw StorageError
+  Stretch openStretch() const;
   MemBaseHandle readPacked() const;
   MemBaseHandle readLists() const;
   MemBaseHandle readUniform() const;
   bool isReplaced() const;
   [[noreturn]] void damaged() const;
+  /// \throw StorageError if that isn't the checksum that the table has, if it has one
+  void requireChecksum(std::uint32_t checksum) const;
   /// A new array of the field's type and the fragment's shape.
   MemBaseHandle emptyArray() const;
   void addShift(MemBase& array) const;
@@ -85,8 +108,17 @@ class StoredArray : public StoredFragment {
   Larder::StrongPtr<FieldPlace> place_;
   std::string link_;
   DataPlace data_;
+  std::string unreadable_;
+  std::once_flag piecesChecked_;
   std::atomic<bool> replaced_{false};
 };
+
+/// The checksum of a uniform array, from its attributes.
+std::uint32_t uniformChecksum(const unsigned long long* size, const double* origin,
+                              const double* spacing);
+
+/// Counts a failure to read a fragment, which was reported.
+void countFailedRead();
 
 /// The link of a fragment's data below its field's group; the undivided data is called "@data".
 std::string fragmentLink(const FragmentID* fragment);

@@ -220,11 +220,12 @@ void StructureLoader::attach(const FieldContent& content, Field& field,
     Larder::Console() << shownName << ": " << doubles << " fragments of the field \""
                       << content.name
                       << "\" have names that the bundle has data for; the file's are left out.";
-  const auto place = Larder::makeStrong<FieldPlace>(file_, joined(content.path), content.typeName);
-  field.setSource(
-      Larder::makeStrong<LoadedField>(place, identifiers.collection, content.table,
-                                      identifiers.numbers, identifiers.inFile, field.source()),
-      content.typeName);
+  const auto place = Larder::makeStrong<FieldPlace>(content.file, joined(content.path),
+                                                    content.typeName, file_.rawptr());
+  field.setSource(Larder::makeStrong<LoadedField>(
+                      file_, content.bundlePath, place, identifiers.collection, content.table,
+                      identifiers.numbers, identifiers.inFile, field.source()),
+                  content.typeName);
 }
 
 std::size_t StructureLoader::countDoubles(const FragmentTable& table, const Field& field,

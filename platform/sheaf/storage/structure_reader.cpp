@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <unordered_set>
 #include <utility>
 
@@ -40,133 +39,156 @@ std::size_t identifierRows(const FragmentTable& table) {
   return rows;
 }
 
+[[noreturn]] void damaged(const Q8File& file, const LinkPath& path, const std::string& reason) {
+  throw StorageError(file.state().shownName, "read " + (path.empty() ? "/" : joined(path)), reason);
+}
+
 }  // namespace
 
-void StructureReader::damaged(const LinkPath& path, const std::string& reason) const {
-  throw StorageError(file_.state().shownName, "read " + (path.empty() ? "/" : joined(path)),
-                     reason);
+template <class Visit>
+void StructureReader::forEachChild(const Node& node, Visit visit) {
+  std::vector<Node> children = childrenOf(node);
+  std::stable_sort(children.begin(), children.end(),
+                   [](const Node& a, const Node& b) { return a.index < b.index; });
+  for (const Node& child : children) visit(child);
 }
 
-template <class Visit>
-void StructureReader::forEachChild(const LinkPath& path, hid_t group, Visit visit) {
-  struct Child {
-    std::string link;
-    Id group;
-    unsigned long long index = 0;
-  };
-  std::vector<Child> children;
+std::vector<StructureReader::Node> StructureReader::childrenOf(const Node& node) {
+  std::vector<Node> children;
+  const Hdf5Lock lock(node.file->state());
+  for (const std::string& link : childLinks(node.group)) {
+    auto child = openChild(node, link);
+    if (!child) continue;
+    const Hdf5Lock childLock(child->file->state());
+    readNumbers(child->group, kIndexAttribute, &child->index, 1);
+    // Links to one group from many places could make few bytes take for ever.
+    if (!visited_.insert(placeOf(child->group)).second)
+      damaged(*child->file, child->path, "the group has two places in the file");
+    children.push_back(std::move(*child));
+  }
+  return children;
+}
+
+/// The caller holds the lock of the node's file. \return nothing for a dataset or something
+/// foreign, and for what is left out.
+std::optional<StructureReader::Node> StructureReader::openChild(const Node& node,
+                                                                const std::string& link) {
+  Node child;
+  child.file = node.file;
+  child.path = below(node.path, link);
+  child.link = link;
+  child.inBundle = node.inBundle + "/" + link;
+  if (const auto target = externalTarget(node.group, link)) {
+    child.path = splitPath(target->second);
+    return openLinked(node, std::move(child), target->first);
+  }
+  if (!leadsSomewhere(node.group, {link})) {
+    leaveOut(child, "it leads nowhere", "leads nowhere");
+    return std::nullopt;
+  }
+  child.group = openIfGroup(node.group, link);
+  if (!child.group.valid()) return std::nullopt;
+  return child;
+}
+
+/// What lies behind an external link; `child` says where in the file that the link names.
+std::optional<StructureReader::Node> StructureReader::openLinked(const Node& node, Node child,
+                                                                 const std::string& reference) {
+  const std::string place = "lies in \"" + reference + "\", which ";
+  child.file = linkedFiles_.open(*node.file, reference);
+  if (!child.file) {
+    leaveOut(child, place + "does not exist",
+             place + "can't be opened (No such file or directory)");
+    return std::nullopt;
+  }
   {
-    const Hdf5Lock lock(file_.state());
-    for (std::string& link : childLinks(group)) {
-      Child child;
-      if (!openChild(path, group, link, child.group)) continue;
-      readNumbers(child.group, kIndexAttribute, &child.index, 1);
-      child.link = std::move(link);
-      children.push_back(std::move(child));
+    const Hdf5Lock lock(child.file->state());
+    const Id root = openGroup(child.file->id(), "/");
+    if (leadsSomewhere(root, child.path)) {
+      child.group = openIfGroup(root, child.path.empty() ? "/" : joined(child.path));
+      if (!child.group.valid()) return std::nullopt;
+      return child;
     }
   }
-  std::stable_sort(children.begin(), children.end(),
-                   [](const Child& a, const Child& b) { return a.index < b.index; });
-  for (const Child& child : children) visit(child.link, child.group);
+  leaveOut(child, place + "does not hold it", place + "does not hold it");
+  return std::nullopt;
 }
 
-bool StructureReader::openChild(const LinkPath& path, hid_t group, const std::string& link,
-                                Id& child) {
-  if (!leadsSomewhere(group, link)) {
-    tellLost(group, link);
-    return false;
-  }
-  child = tryOpenGroup(group, link);
-  if (!child.valid()) return false;  // a dataset, or something foreign
-  H5O_info_t info;
-  checked(H5Oget_info2(child, &info, H5O_INFO_BASIC), "look at", link);
-  // Links to one group from many places could make few bytes take for ever.
-  if (!visited_.emplace(info.fileno, info.addr).second)
-    damaged(below(path, link), "the group has two places in the file");
-  return true;
+void StructureReader::leaveOut(const Node& node, const std::string& reason,
+                               const std::string& message) {
+  leftOut_[node.inBundle] = reason;
+  tellAfterLock("\"" + unescapedName(node.link) + "\" " + message + "; it is left out.");
 }
 
-void StructureReader::tellLost(hid_t group, const std::string& link) const {
-  const int systemError = std::exchange(lastSystemError(), 0);
-  const auto target = externalTarget(group, link);
-  H5Eclear2(H5E_DEFAULT);
-  tellAfterLock(
-      "\"" + unescapedName(link) + "\" lies in \"" +
-      (target ? target->first : std::string("another place")) + "\", which can't be opened" +
-      (systemError != 0 ? std::string(" (") + std::strerror(systemError) + ")" : std::string()) +
-      "; it is left out.");
-}
-
-AttributeContent StructureReader::attributesOf(hid_t group) const {
-  const Hdf5Lock lock(file_.state());
+AttributeContent StructureReader::attributesOf(const Node& node) const {
+  const Hdf5Lock lock(node.file->state());
   AttributeContent content;
-  readAttributes(group, content);
+  readAttributes(node.group, content);
   return content;
 }
 
 FileContent StructureReader::read() {
   FileContent content;
-  Id root;
+  Node root;
+  root.file = file_;
   {
-    const Hdf5Lock lock(file_.state());
-    root = findGroup(file_, {});
-    if (readText(root, kFormatAttribute) != kFormatName)
-      damaged({}, "this is no .q8 file: it has no text \"@format\" of fixed length");
+    const Hdf5Lock lock(file_->state());
+    root.group = openGroup(file_->id(), "/");
+    if (readText(root.group, kFormatAttribute) != kFormatName)
+      damaged(*file_, {}, "this is no .q8 file: it has no text \"@format\" of fixed length");
     unsigned long long version = 0;
-    if (!readNumbers(root, kVersionAttribute, &version, 1)) damaged({}, "it has no version");
-    if (version > kFormatVersion) damaged({}, "it was written by a newer version");
+    if (!readNumbers(root.group, kVersionAttribute, &version, 1))
+      damaged(*file_, {}, "it has no version");
+    if (version > kFormatVersion) damaged(*file_, {}, "it was written by a newer version");
   }
   content.attributes = attributesOf(root);
-  forEachChild({}, root,
-               [&](const std::string& link, hid_t group) { readSlice({link}, group, content); });
+  forEachChild(root, [&](const Node& child) { readSlice(child, content); });
+  content.leftOut = std::move(leftOut_);
   return content;
 }
 
-void StructureReader::readSlice(const LinkPath& path, hid_t group, FileContent& content) {
+void StructureReader::readSlice(const Node& node, FileContent& content) {
   SliceContent slice;
   {
-    const Hdf5Lock lock(file_.state());
-    if (!timeOf(path.back(), group, slice.time)) {
-      tellAfterLock("\"" + path.back() + "\" is no slice: it has no time; it is left out.");
+    const Hdf5Lock lock(node.file->state());
+    if (!timeOf(node.link, node.group, slice.time)) {
+      tellAfterLock("\"" + node.link + "\" is no slice: it has no time; it is left out.");
       return;
     }
   }
-  slice.attributes = attributesOf(group);
-  forEachChild(path, group, [&](const std::string& link, hid_t child) {
-    slice.grids.push_back(readGrid(below(path, link), child));
-  });
+  slice.attributes = attributesOf(node);
+  forEachChild(node, [&](const Node& child) { slice.grids.push_back(readGrid(child)); });
   content.slices.push_back(std::move(slice));
 }
 
-GridContent StructureReader::readGrid(const LinkPath& path, hid_t group) {
+GridContent StructureReader::readGrid(const Node& node) {
   GridContent grid;
-  grid.name = unescapedName(path.back());
-  grid.attributes = attributesOf(group);
-  forEachChild(path, group, [&](const std::string& link, hid_t child) {
+  grid.name = unescapedName(node.link);
+  grid.attributes = attributesOf(node);
+  forEachChild(node, [&](const Node& child) {
     SkeletonID id(0, 0);
-    if (skeletonIdOf(unescapedName(link), id))
-      grid.skeletons.push_back(readSkeleton(below(path, link), child, id));
+    if (skeletonIdOf(unescapedName(child.link), id))
+      grid.skeletons.push_back(readSkeleton(child, id));
   });
   return grid;
 }
 
-SkeletonContent StructureReader::readSkeleton(const LinkPath& path, hid_t group,
-                                              const SkeletonID& id) {
+SkeletonContent StructureReader::readSkeleton(const Node& node, const SkeletonID& id) {
   SkeletonContent skeleton;
   skeleton.id = id;
-  skeleton.attributes = attributesOf(group);
-  forEachChild(path, group, [&](const std::string& link, hid_t child) {
-    skeleton.representations.push_back(readRepresentation(below(path, link), child));
+  skeleton.attributes = attributesOf(node);
+  forEachChild(node, [&](const Node& child) {
+    skeleton.representations.push_back(readRepresentation(child));
   });
   return skeleton;
 }
 
-RepresentationContent StructureReader::readRepresentation(const LinkPath& path, hid_t group) {
+RepresentationContent StructureReader::readRepresentation(const Node& node) {
   RepresentationContent representation;
-  representation.name = unescapedName(path.back());
-  representation.attributes = attributesOf(group);
-  forEachChild(path, group, [&](const std::string& link, hid_t child) {
-    FieldContent field = readField(below(path, link), child);
+  representation.name = unescapedName(node.link);
+  representation.attributes = attributesOf(node);
+  forEachChild(node, [&](const Node& child) {
+    FieldContent field = readField(child);
     const auto donor =
         std::find_if(representation.fields.begin(), representation.fields.end(),
                      [&field](const FieldContent& other) { return other.name == field.donor; });
@@ -175,9 +197,11 @@ RepresentationContent StructureReader::readRepresentation(const LinkPath& path, 
     } else if (donor != representation.fields.end() && donor->donor.empty()) {
       requireNumbers(field, donor->identifiers.count);
     } else {
-      Larder::Console() << file_.state().shownName << ": the field \"" << field.name
-                        << "\" shares the fragments of \"" << field.donor
-                        << "\", which isn't there before it; it is left out.";
+      const std::string reason =
+          "shares the fragments of \"" + field.donor + "\", which isn't there before it";
+      leftOut_[child.inBundle] = "it " + reason;
+      Larder::Console() << file_->state().shownName << ": the field \"" << field.name << "\" "
+                        << reason << "; it is left out.";
       return;
     }
     representation.fields.push_back(std::move(field));
@@ -185,50 +209,52 @@ RepresentationContent StructureReader::readRepresentation(const LinkPath& path, 
   return representation;
 }
 
-FieldContent StructureReader::readField(const LinkPath& path, hid_t group) const {
+FieldContent StructureReader::readField(const Node& node) const {
   FieldContent field;
-  field.path = path;
-  field.name = unescapedName(path.back());
-  field.attributes = attributesOf(group);
-  field.table = readTable(file_, group);
-  const Hdf5Lock lock(file_.state());
-  field.typeName = readText(group, kTypeAttribute);
-  field.donor = readText(group, kIdentifiersAttribute);
-  if (field.donor.empty()) field.identifiers = readIdentifiers(path, group, field.table);
+  field.file = node.file;
+  field.path = node.path;
+  field.bundlePath = node.inBundle;
+  field.name = unescapedName(node.link);
+  field.attributes = attributesOf(node);
+  field.table = readTable(*node.file, node.group);
+  const Hdf5Lock lock(node.file->state());
+  field.typeName = readText(node.group, kTypeAttribute);
+  field.donor = readText(node.group, kIdentifiersAttribute);
+  if (field.donor.empty()) field.identifiers = readIdentifiers(node, field.table);
   std::array<double, 6> box;
-  if (readNumbers(group, kBoxAttribute, box.data(), box.size())) field.box = box;
+  if (readNumbers(node.group, kBoxAttribute, box.data(), box.size())) field.box = box;
   return field;
 }
 
-IdentifierContent StructureReader::readIdentifiers(const LinkPath& path, hid_t group,
+IdentifierContent StructureReader::readIdentifiers(const Node& node,
                                                    const FragmentTable& table) const {
   IdentifierContent identifiers;
   identifiers.count = identifierRows(table);
   unsigned long long counts[3];
-  if (!readNumbers(group, kLatticeAttribute, counts, 3)) {
-    identifiers.names = fragmentNames(path, table, identifiers.count);
+  if (!readNumbers(node.group, kLatticeAttribute, counts, 3)) {
+    identifiers.names = fragmentNames(node, table, identifiers.count);
     return identifiers;
   }
   identifiers.lattice = MultiIndex<3>(counts[0], counts[1], counts[2]);
-  identifiers.prefix = readText(group, kPrefixAttribute);
+  identifiers.prefix = readText(node.group, kPrefixAttribute);
   std::uint64_t places = 0;
   if (!DynamicSize(*identifiers.lattice).product(1, places) || places != identifiers.count)
-    damaged(path, "the lattice and the table don't agree");
+    damaged(*node.file, node.path, "the lattice and the table don't agree");
   return identifiers;
 }
 
 /// The names of a table's fragments, by their numbers.
-std::vector<std::string> StructureReader::fragmentNames(const LinkPath& path,
+std::vector<std::string> StructureReader::fragmentNames(const Node& node,
                                                         const FragmentTable& table,
                                                         std::size_t count) const {
-  if (count > 0 && !table.named()) damaged(path, "the fragments have no names");
+  if (count > 0 && !table.named()) damaged(*node.file, node.path, "the fragments have no names");
   std::vector<std::string> names(count);
   std::unordered_set<std::string> known;
   for (std::size_t i = 0; i < table.size(); ++i) {
     const std::int64_t number = table.number(i);
     if (number == FragmentRow::kUndivided) continue;
     std::string name = unescapedName(table.name(i));
-    if (!known.insert(name).second) damaged(path, "two fragments have one name");
+    if (!known.insert(name).second) damaged(*node.file, node.path, "two fragments have one name");
     // A number beyond the rows is found by `requireNumbers`.
     if (number >= 0 && number < static_cast<std::int64_t>(count))
       names[static_cast<std::size_t>(number)] = std::move(name);
@@ -239,15 +265,16 @@ std::vector<std::string> StructureReader::fragmentNames(const LinkPath& path,
 /// Checks a field's table against the number of identifiers. A field that tells them numbers each
 /// once.
 void StructureReader::requireNumbers(const FieldContent& field, std::size_t identifiers) const {
-  if (identifiers > UINT32_MAX) damaged(field.path, "it has more fragments than can be numbered");
+  const auto refuse = [&field](const char* reason) { damaged(*field.file, field.path, reason); };
+  if (identifiers > UINT32_MAX) refuse("it has more fragments than can be numbered");
   std::vector<bool> numbered(identifiers);
   for (std::size_t i = 0; i < field.table.size(); ++i) {
-    if (field.table.hasData(i) && field.typeName.empty())
-      damaged(field.path, "its element type is not told");
+    if (!field.table.isKnownKind(i)) refuse("the data of a fragment is of an unknown kind");
+    if (field.table.hasData(i) && field.typeName.empty()) refuse("its element type is not told");
     if (field.table.number(i) == FragmentRow::kUndivided) continue;
     const auto number = static_cast<std::size_t>(field.table.number(i));
     if (number >= identifiers || numbered[number])
-      damaged(field.path, "the table numbers fragments that there are not, or one twice");
+      refuse("the table numbers fragments that there are not, or one twice");
     numbered[number] = true;
   }
 }

@@ -215,7 +215,9 @@ void StructureWriter::addRow(Table& table, FieldStore& store, const Field& field
   }
   const std::string link = fragmentLink(fragment);
   if (const auto creator = madeCreator(field, fragment); hasData && creator) {
-    writeFragmentAttributes(store, link, *creator, row);
+    const auto stored = creator->stored().castTo<StoredArray>();
+    // Attributes that could not be read stay as they are.
+    if (!stored || stored->hasAttributes()) writeFragmentAttributes(store, link, *creator, row);
   }
   if (hasData && row.data.lie != Lie::Packed) table.used.push_back(link);
   if (named) table.names.push_back(link);
