@@ -10,8 +10,13 @@ import subprocess
 import sys
 import tempfile
 
-# Builds the example of a class comment as the body of a function.
-EXAMPLE = '#include "{header}"\n{using}void example() {{\n{code}\n}}\n'
+# The example of a class comment as the body of a function; hosts have bundles.
+EXAMPLE = '''#include "{header}"
+#include "recast/sheaf/bundle.h"
+{using}void example() {{
+{code}
+}}
+'''
 WRONG_ARRAY = """#include "recast/typed_arrays/mem_array_allocator.h"
 auto array = Quilt::makeMemArray1D(Larder::makeStrong<Larder::Chunk<float>>(1U), nullptr);
 """
@@ -45,7 +50,8 @@ def hidden_by_a_unit(build):
 
 def exports_that_are_internal(library):
     names = output("nm", "-DC", "--defined-only", library).splitlines()
-    return [name for name in names if re.search(r" \w (?:[a-zA-Z ]+ for )?(?:Quilt::Storage::|H5|libdeflate)", name)]
+    internal = re.compile(r" \w (?:[a-zA-Z ]+ for )?(?:Quilt::Storage::|H5|libdeflate)")
+    return [name for name in names if internal.search(name)]
 
 
 def exported_names(headers):
@@ -60,6 +66,8 @@ def examples(headers, include):
     """(header, source) for each indented block of a comment that is a piece of a program."""
     for header in headers:
         text = header.read_text()
+        if "RECAST_API" not in text:
+            continue
         for block in re.findall(r"(?:^/// {5,}.*\n)+", text, re.MULTILINE):
             code = re.sub(r"^///", "", block, flags=re.MULTILINE)
             if ";" not in code:
