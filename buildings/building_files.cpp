@@ -2,6 +2,7 @@
 
 #include "recast/larder/console.h"
 #include "recast/recastbase/run_report.h"
+#include "recast/sheaf/storage_error.h"
 
 namespace Recast {
 
@@ -44,6 +45,13 @@ Larder::StrongPtr<Quilt::Representation> inChart(
     const Quilt::Grid& grid, const Larder::StrongPtr<Quilt::Skeleton>& skeleton) {
   const auto chart = grid.findCartesianChart("");
   return skeleton && chart ? (*skeleton)(*chart) : nullptr;
+}
+
+void saveSurface(const Quilt::BundlePtr& output, const std::string& file) try {
+  output.save(file, nullptr, nullptr);
+} catch (const Quilt::StorageError& error) {
+  reportFailure(error.what());
+  throw;
 }
 
 int endUnreadable(const std::string& source, const UnreadableFragment& error) {

@@ -31,6 +31,8 @@ Larder::StrongPtr<Quilt::Representation> relativeTo(
 Larder::StrongPtr<Quilt::Representation> inChart(
     const Quilt::Grid& grid, const Larder::StrongPtr<Quilt::Skeleton>& skeleton);
 
+/// Writes the output of a run. \throw Quilt::StorageError, which the run's report has too.
+void saveSurface(const Quilt::BundlePtr& output, const std::string& file);
 /// Ends a run for data that can't be read, with a message on the console. \return `kFileNotLoaded`.
 /// \param source what holds the fragment.
 int endUnreadable(const std::string& source, const UnreadableFragment& error);

@@ -172,7 +172,7 @@ int convertLOD1toTIN(const Larder::StrongPtr<Larder::StringList>& files, const s
     if (status != kBuildingsDone) return status;
   }
   surface.shape((*output)[0.0]->newGrid(gridName));
-  output.save(outFile, nullptr, nullptr);
+  saveSurface(output, outFile);
   return kBuildingsDone;
 }
 

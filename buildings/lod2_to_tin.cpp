@@ -43,7 +43,7 @@ int convertLOD2toTIN(const Larder::StrongPtr<Larder::StringList>& files, const s
   surface.lists.shape(grid);
   surface.alignIdentifiers();
   if (!surface.identifiers->empty()) addIdentifiers(*grid, surface);
-  output.save(outFile, nullptr, nullptr);
+  saveSurface(output, outFile);
   return kBuildingsDone;
 }
 

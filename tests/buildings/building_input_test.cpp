@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "recast/recastbase/run_report.h"
+#include "recast/sheaf/storage_error.h"
 
 namespace {
 
@@ -164,9 +165,11 @@ TEST(BuildingInput, DataThatCannotBeReadEndsWithNothingWritten) {
 TEST(BuildingInput, AnOutputThatCannotBeWrittenThrows) {
   const TempFolder folder;
   const ConsoleCapture console;
-  for (const Convert convert : {kLod1, kLod2})
-    EXPECT_THROW(convert(stringList({}), folder / "missing/out.q8", nullptr, "surface"),
-                 Quilt::StorageError);
+  const std::string file = folder / "missing/out.q8";
+  for (const Convert convert : {kLod1, kLod2}) {
+    EXPECT_THROW(convert(stringList({}), file, nullptr, "surface"), Quilt::StorageError);
+    EXPECT_NE(Recast::lastRunReport().failure.find(file), std::string::npos);
+  }
 }
 
 }  // namespace

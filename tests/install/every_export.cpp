@@ -170,10 +170,12 @@ void useDataModel() {
            Heron::Coordinates<Heron::Cartesian3D, float>::point>();
   useTypes<BindResult, BundleAnchor, BundlePtr, Chart, DataCreator<float>, DataExtent,
            DataRange<float>, DataRangeBase, FieldID, FieldIterator, FieldSource, FilterSettings,
-           FragmentID, FragmentIterator, FragmentSink, GridID, GridList, OwnerBase, PieceReader,
-           Placement, QuiltTypeIndex, RegularGrid3D, RegularlyFragmentedGridBase, RepresentationMap,
-           SkeletonID, SkeletonMap, StorageError, StorageTransformations, StoredFragment, TypedGrid,
-           UniformCartesianArray, CreativeArrayBase, Field, Bundle, Slice>();
+           FragmentID, HyperslabParameters, IJ_CellNamingConvention, LinearCoordinateAxisArray,
+           MemBase::Allocator, FragmentIterator, FragmentSink, GridID, GridList, OwnerBase,
+           PieceReader, Placement, QuiltTypeIndex, RegularGrid3D, RegularlyFragmentedGridBase,
+           RepresentationMap, SkeletonID, SkeletonMap, StorageError, StorageTransformations,
+           StoredFragment, TypedGrid, UniformCartesianArray, CreativeArrayBase, Field, Bundle,
+           Slice>();
   useTypes<FragmentLocation<3, PlaceInGrid>, FragmentLocation<3, LowerOverlap>,
            FragmentLocation<3, UpperOverlap>>();
   use(&Larder::Cache::MemCache, &Larder::Cache::setBudget, &Larder::Console::setSink,
