@@ -1,6 +1,8 @@
 #include "recast/buildings/building_files.h"
 
 #include "recast/larder/console.h"
+#include "recast/recastbase/run_report.h"
+#include "recast/sheaf/storage_error.h"
 
 namespace Recast {
 
@@ -10,22 +12,27 @@ Quilt::BundlePtr loadBuildings(const std::string& file, const BuildingProgress& 
   if (progress) parameters->addInterface(progress);
   bool ok = false;
   Quilt::BundlePtr bundle(Quilt::Bundle::load(ok, parameters, nullptr));
-  return ok ? bundle : Quilt::BundlePtr();
+  if (ok) return bundle;
+  reportFailure(file + ": it can't be loaded");
+  return {};
 }
 
-bool workThroughGrids(const Quilt::Bundle& bundle, const char* complaint,
-                      const std::function<bool(const Quilt::Grid& grid)>& work) {
-  bool worked = true;
+int workThroughGrids(const Quilt::Bundle& bundle, const std::string& file, const char* complaint,
+                     const std::function<bool(const Quilt::Grid& grid)>& work) try {
+  int status = kBuildingsDone;
   for (const auto& [time, slice] : bundle) {
     if (!slice) continue;
     for (const auto& [id, grid] : *slice) {
       if (!grid || work(*grid)) continue;
       Larder::Console() << complaint;
-      worked = false;
+      reportFailure(file + ": the grid \"" + id->name() + "\" doesn't have the shape of buildings");
+      status = kGridLacksPart;
       break;
     }
   }
-  return worked;
+  return status;
+} catch (const UnreadableFragment& error) {
+  return endUnreadable(file, error);
 }
 
 Larder::StrongPtr<Quilt::Representation> relativeTo(
@@ -40,10 +47,18 @@ Larder::StrongPtr<Quilt::Representation> inChart(
   return skeleton && chart ? (*skeleton)(*chart) : nullptr;
 }
 
-bool tellOfBadNumber(const std::string& fragment, const char* list) {
-  Larder::Console() << "The fragment \"" << fragment << "\" has a " << list
-                    << " that refers to what isn't there; it is passed over.";
-  return false;
+void saveSurface(const Quilt::BundlePtr& output, const std::string& file) try {
+  output.save(file, nullptr, nullptr);
+} catch (const Quilt::StorageError& error) {
+  reportFailure(error.what());
+  throw;
+}
+
+int endUnreadable(const std::string& source, const UnreadableFragment& error) {
+  const std::string sentence = source + ": " + error.what();
+  Larder::Console() << sentence << "; nothing is written.";
+  reportFailure(sentence);
+  return kFileNotLoaded;
 }
 
 }  // namespace Recast

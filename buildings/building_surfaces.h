@@ -10,9 +10,17 @@
 
 /// Building models into one triangulated surface: a grid of skeletons (2, 0) and (2, 1).
 ///
-/// Lengths are in the unit of the input. Both conversions tell on the console what they pass over;
-/// a polygon that can't be cut up to its end gives the triangles that it gave. A result with more
-/// vertices than 32-bit numbers can name throws std::length_error, and nothing is written.
+/// Lengths are in the unit of the input. Both conversions report on the console what they pass
+/// over: fragments that lack data, lists that refer to nonexistent elements. Of a polygon that
+/// can't be cut to its end the triangles up to there are kept. Data that is not divided into
+/// fragments counts as one fragment.
+///
+/// Nothing is written unless all of the input could be read: data that its file has but that can't
+/// be read, because it is damaged or there is not enough memory, ends a conversion with status 2.
+/// `lastRunReport` has the reason of a status other than 0. A result with more than 2^32 - 1
+/// vertices throws std::length_error. An output that can't be written throws Quilt::StorageError,
+/// which names the file and the reason. In all these cases an existing file of the output's name is
+/// unchanged.
 namespace Recast {
 
 using BuildingProgress = Larder::StrongPtr<Larder::LoaderProgress, Larder::InterfaceBase>;
@@ -25,8 +33,9 @@ using BuildingProgress = Larder::StrongPtr<Larder::LoaderProgress, Larder::Inter
 /// lists of vertex numbers in (1, 2), and shapes as lists of ring numbers in (1, 3) with the fields
 /// "HOEHEGRUND" (z of the ground) and "HOEHEGEB" (height of the roof above it), one double per
 /// shape. \param files must be valid. \param progress may be null; false leaves the rest of a
-/// shape's rings out. \return 0, 2 if a file can't be loaded, 3 if a grid lacks a part; nothing is
-/// written then.
+/// shape's rings out. \return 0; 2 if a file can't be loaded or its data can't be read; 3 if a grid
+/// lacks a part. Nothing is written unless it is 0.
+/// \throw Quilt::StorageError if `outFile` can't be written; an existing file is unchanged then.
 RECAST_API int convertLOD1toTIN(const Larder::StrongPtr<Larder::StringList>& files,
                                 const std::string& outFile, const BuildingProgress& progress,
                                 const std::string& gridName);
@@ -37,14 +46,15 @@ RECAST_API int convertLOD1toTIN(const Larder::StrongPtr<Larder::StringList>& fil
 ///
 /// The grids are as `getFields` reads them. If any has building identifiers, the surface gets the
 /// field "TriangleID" with one number per triangle, 0 for triangles of grids without them.
-/// Arguments and result as for `convertLOD1toTIN`; progress false leaves the rest of a fragment's
-/// faces out.
+/// Arguments, result and errors as for `convertLOD1toTIN`; progress false leaves the rest of a
+/// fragment's faces out.
 RECAST_API int convertLOD2toTIN(const Larder::StrongPtr<Larder::StringList>& files,
                                 const std::string& outFile, const BuildingProgress& progress,
                                 const std::string& gridName);
 
-/// The same from one grid into another, without identifiers. \return 0, or 3 if `source` lacks a
-/// part; `target` is untouched then.
+/// The same from one grid into another, without identifiers. \return 0; 2 if data of `source` can't
+/// be read; 3 if `source` lacks a part. `target` is untouched unless it is 0.
+/// \throw Quilt::StorageError if `target` is bound to a file that can't be written.
 RECAST_API int convertLOD2toTIN(const Quilt::Grid& source, Quilt::Grid& target,
                                 const BuildingProgress& progress);
 

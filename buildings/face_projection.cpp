@@ -16,33 +16,45 @@ PhysicalSpace::vector between(const PhysicalSpace::point& from, const PhysicalSp
   return {to.x() - from.x(), to.y() - from.y(), to.z() - from.z()};
 }
 
+double lengthOf(const PhysicalSpace::vector& v) {
+  return std::sqrt(v.x() * v.x() + v.y() * v.y() + v.z() * v.z());
+}
+
 PhysicalSpace::vector normalized(const PhysicalSpace::vector& v) {
-  const double length = std::sqrt(v.x() * v.x() + v.y() * v.y() + v.z() * v.z());
+  const double length = lengthOf(v);
   return {v.x() / length, v.y() / length, v.z() / length};
 }
 
-/// Twice the area of the triangle, as a vector, from two corners and the mean of the three.
-PhysicalSpace::vector triangleNormal(const std::vector<PhysicalSpace::point>& face) {
+/// Normal to the plane of the second and third corner and the mean of all.
+PhysicalSpace::vector meanNormal(const std::vector<PhysicalSpace::point>& face) {
   PhysicalSpace::point mean;
-  for (std::size_t i = 0; i < 3; ++i) mean[i] = (face[0][i] + face[1][i] + face[2][i]) / 3.0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    double sum = 0;
+    for (const auto& corner : face) sum += corner[axis];
+    mean[axis] = sum / static_cast<double>(face.size());
+  }
   return cross(between(mean, face[1]), between(mean, face[2]));
 }
 
 /// Twice the area of the ring, as a vector: the sum over its edges, counted from the first corner
-/// so that coordinates far from the origin lose no digits.
+/// so that coordinates far from the origin lose no digits. Where the parts cancel each other, what
+/// is left is rounding, and the mean normal is returned.
 PhysicalSpace::vector ringNormal(const std::vector<PhysicalSpace::point>& face) {
+  constexpr double kRounding = 1e-7;
   PhysicalSpace::vector sum{0.0, 0.0, 0.0};
+  double total = 0;
   for (std::size_t i = 1; i + 1 < face.size(); ++i) {
     const auto part = cross(between(face[0], face[i]), between(face[0], face[i + 1]));
     for (std::size_t axis = 0; axis < 3; ++axis) sum[axis] += part[axis];
+    total += lengthOf(part);
   }
-  return sum;
+  return lengthOf(sum) > kRounding * total ? sum : meanNormal(face);
 }
 
 }  // namespace
 
 PhysicalSpace::vector faceNormal(const std::vector<PhysicalSpace::point>& face) {
-  return normalized(face.size() == 3 ? triangleNormal(face) : ringNormal(face));
+  return normalized(face.size() == 3 ? meanNormal(face) : ringNormal(face));
 }
 
 void projectAlong(const PhysicalSpace::vector& n, std::vector<PhysicalSpace::point>& face) {

@@ -12,7 +12,8 @@ namespace Recast {
 /// Of three corners it is that of their triangle. Of more it comes from all edges (Newell's method;
 /// see Sutherland, Sproull, Schumacker 1974): the normal of two corners and a point such as the
 /// corners' mean vanishes where these stand on a line, as they can in L-shaped and other concave
-/// rings. Not a number for a ring without area.
+/// rings. Where a ring crosses itself so that its areas cancel each other, it is the normal of its
+/// second and third corner and the mean. Not a number for a ring without area.
 Heron::PhysicalSpace::vector faceNormal(const std::vector<Heron::PhysicalSpace::point>& face);
 
 /// Rotates the points by the shortest arc that takes `normal` to the z axis, and sets z to 0. A

@@ -5,6 +5,7 @@
 #include "recast/buildings/triangulation/triangulator.h"
 #include "recast/grid_lookups/checks.h"
 #include "recast/larder/console.h"
+#include "recast/recastbase/run_report.h"
 
 namespace Recast {
 namespace {
@@ -42,15 +43,6 @@ struct FootprintFields {
   }
 };
 
-template <class T>
-bool take(Larder::StrongPtr<Larder::Chunk<T>, Larder::ChunkBase>& chunk,
-          const Larder::StrongPtr<Quilt::Field>& field,
-          const Larder::StrongPtr<Quilt::FragmentID>& fragment, const char* complaint) {
-  chunk = getCABs<T>(field, fragment);
-  if (!chunk) Larder::Console() << complaint;
-  return static_cast<bool>(chunk);
-}
-
 /// The data of one fragment.
 struct Footprints {
   Larder::StrongPtr<Larder::Chunk<PhysicalSpace::point>, Larder::ChunkBase> vertices;
@@ -59,12 +51,19 @@ struct Footprints {
   Larder::StrongPtr<Larder::Chunk<double>, Larder::ChunkBase> ground;
   Larder::StrongPtr<Larder::Chunk<double>, Larder::ChunkBase> height;
 
-  bool read(const FootprintFields& fields, const Larder::StrongPtr<Quilt::FragmentID>& fragment) {
-    return take(vertices, fields.vertices, fragment, "No VerticesC") &&
-           take(shapes, fields.shapes, fragment, "No ShapesC") &&
-           take(lines, fields.lines, fragment, "No LinesC") &&
-           take(ground, fields.ground, fragment, "No HeightGroundC") &&
-           take(height, fields.height, fragment, "No HeightRoofC");
+  /// \return false, with a message on the console, if a part is missing.
+  /// \throw UnreadableFragment
+  bool read(const FootprintFields& fields, const FragmentHandle& fragment) {
+    vertices = readFragment<PhysicalSpace::point>(fields.vertices, fragment, "No VerticesC");
+    if (!vertices) return false;
+    shapes = readFragment<IndexList>(fields.shapes, fragment, "No ShapesC");
+    if (!shapes) return false;
+    lines = readFragment<IndexList>(fields.lines, fragment, "No LinesC");
+    if (!lines) return false;
+    ground = readFragment<double>(fields.ground, fragment, "No HeightGroundC");
+    if (!ground) return false;
+    height = readFragment<double>(fields.height, fragment, "No HeightRoofC");
+    return static_cast<bool>(height);
   }
 };
 
@@ -119,12 +118,12 @@ class Extruder {
   std::vector<Quilt::Triangle> roof_;
 };
 
-void extrudeShape(const Footprints& data, std::size_t shape, const std::string& fragment,
+void extrudeShape(const Footprints& data, std::size_t shape, const FragmentHandle& fragment,
                   const BuildingProgress& progress, Extruder& extruder) {
   const IndexList& rings = (*data.shapes)[shape];
   if (shape >= data.ground->size() || shape >= data.height->size() ||
       !allBelow(rings, data.lines->size())) {
-    tellOfBadNumber(fragment, "shape");
+    reportBadNumber(fragment, "shape");
     return;
   }
   const double ground = (*data.ground)[shape];
@@ -136,7 +135,7 @@ void extrudeShape(const Footprints& data, std::size_t shape, const std::string& 
       return;
     const IndexList& ring = (*data.lines)[rings[k]];
     if (!allBelow(ring, data.vertices->size()))
-      tellOfBadNumber(fragment, "line");
+      reportBadNumber(fragment, "line");
     else if (!ring.empty())
       extruder.extrude(*data.vertices, ring, ground, roof);
   }
@@ -147,11 +146,11 @@ bool extrudeLOD1Grid(const Quilt::Grid& grid, const BuildingProgress& progress,
   FootprintFields fields;
   if (!fields.find(grid)) return false;
   Extruder extruder(surface);
-  for (const auto& fragment : fields.vertices->getFragmentIDs()) {
+  for (const auto& fragment : fragmentsOf(*fields.vertices)) {
     Footprints data;
     if (!data.read(fields, fragment)) continue;
     for (std::size_t shape = 0; shape < data.shapes->size(); ++shape)
-      extrudeShape(data, shape, fragment->name(), progress, extruder);
+      extrudeShape(data, shape, fragment, progress, extruder);
   }
   return true;
 }
@@ -160,18 +159,20 @@ bool extrudeLOD1Grid(const Quilt::Grid& grid, const BuildingProgress& progress,
 
 int convertLOD1toTIN(const Larder::StrongPtr<Larder::StringList>& files, const std::string& outFile,
                      const BuildingProgress& progress, const std::string& gridName) {
+  const RunReportScope report;
   const Quilt::BundlePtr output(new Quilt::Bundle);
   SurfaceLists surface;
   for (const std::string& file : *files) {
     const Quilt::BundlePtr bundle = loadBuildings(file, progress);
     if (!bundle) return kFileNotLoaded;
-    const bool worked = workThroughGrids(*bundle, "LOD1 Error: ", [&](const Quilt::Grid& grid) {
-      return extrudeLOD1Grid(grid, progress, surface);
-    });
-    if (!worked) return kGridLacksPart;
+    const int status =
+        workThroughGrids(*bundle, file, "LOD1 Error: ", [&](const Quilt::Grid& grid) {
+          return extrudeLOD1Grid(grid, progress, surface);
+        });
+    if (status != kBuildingsDone) return status;
   }
   surface.shape((*output)[0.0]->newGrid(gridName));
-  output.save(outFile, nullptr, nullptr);
+  saveSurface(output, outFile);
   return kBuildingsDone;
 }
 

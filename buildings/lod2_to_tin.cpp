@@ -2,6 +2,7 @@
 #include "recast/buildings/building_surfaces.h"
 #include "recast/buildings/shell_triangulation.h"
 #include "recast/larder/console.h"
+#include "recast/recastbase/run_report.h"
 #include "recast/sheaf/bundle.h"
 #include "recast/trelliskinds/grid_kinds.h"
 
@@ -24,16 +25,17 @@ void addIdentifiers(Quilt::Grid& grid, const ShellSurface& surface) {
 
 int convertLOD2toTIN(const Larder::StrongPtr<Larder::StringList>& files, const std::string& outFile,
                      const BuildingProgress& progress, const std::string& gridName) {
+  const RunReportScope report;
   const Quilt::BundlePtr output(new Quilt::Bundle);
   ShellSurface surface;
   for (const std::string& file : *files) {
     const Quilt::BundlePtr bundle = loadBuildings(file, progress);
     if (!bundle) return kFileNotLoaded;
     Larder::Console() << "This is file: " << file;
-    const bool worked = workThroughGrids(*bundle, kComplaint, [&](const Quilt::Grid& grid) {
+    const int status = workThroughGrids(*bundle, file, kComplaint, [&](const Quilt::Grid& grid) {
       return triangulateLOD2Grid(grid, progress, surface);
     });
-    if (!worked) return kGridLacksPart;
+    if (status != kBuildingsDone) return status;
     Larder::Console() << "LOD2-> File: " << file
                       << " processed with tris: " << surface.lists.triangles();
   }
@@ -41,19 +43,23 @@ int convertLOD2toTIN(const Larder::StrongPtr<Larder::StringList>& files, const s
   surface.lists.shape(grid);
   surface.alignIdentifiers();
   if (!surface.identifiers->empty()) addIdentifiers(*grid, surface);
-  output.save(outFile, nullptr, nullptr);
+  saveSurface(output, outFile);
   return kBuildingsDone;
 }
 
 int convertLOD2toTIN(const Quilt::Grid& source, Quilt::Grid& target,
-                     const BuildingProgress& progress) {
+                     const BuildingProgress& progress) try {
+  const RunReportScope report;
   ShellSurface surface;
   if (!triangulateLOD2Grid(source, progress, surface)) {
     Larder::Console() << kComplaint;
+    reportFailure("the source grid doesn't have the shape of buildings");
     return kGridLacksPart;
   }
   surface.lists.shape(Larder::StrongPtr<Quilt::Grid>(&target));
   return kBuildingsDone;
+} catch (const UnreadableFragment& error) {
+  return endUnreadable("the source grid", error);
 }
 
 }  // namespace Recast

@@ -55,7 +55,7 @@ class FaceCutter {
 
 /// The data of one fragment.
 struct Shells {
-  std::string name;
+  FragmentHandle fragment;
   Larder::StrongPtr<Larder::Chunk<PhysicalSpace::point>, Larder::ChunkBase> vertices;
   Larder::StrongPtr<Larder::Chunk<IndexList>, Larder::ChunkBase> faces;
   Larder::StrongPtr<Larder::Chunk<int>, Larder::ChunkBase> identifiers;  // null if it has none
@@ -64,13 +64,16 @@ struct Shells {
 void addFaces(const Shells& shells, const BuildingProgress& progress, FaceCutter& cutter,
               ShellSurface& surface) {
   const std::size_t count = shells.faces->size();
+  if (shells.identifiers && shells.identifiers->size() < count)
+    Larder::Console() << "The " << titleOf(shells.fragment)
+                      << " has fewer building identifiers than lines; the other lines get none.";
   for (std::size_t k = 0; k < count; ++k) {
     if (progress && k % 16 == 15 &&
         !progress->reportProgress("Read line nr.:", static_cast<int>(k), static_cast<int>(count)))
       return;
     const IndexList& ring = (*shells.faces)[k];
     if (!allBelow(ring, shells.vertices->size())) {
-      tellOfBadNumber(shells.name, "line");
+      reportBadNumber(shells.fragment, "line");
       continue;
     }
     const std::size_t before = surface.lists.triangles();
@@ -125,16 +128,14 @@ bool triangulateLOD2Grid(const Quilt::Grid& grid, const BuildingProgress& progre
   Larder::StrongPtr<Quilt::Field> identifiers;
   if (!getFields(grid, vertices, lines, identifiers)) return false;
   FaceCutter cutter(surface.lists);
-  for (const auto& fragment : vertices->getFragmentIDs()) {
+  for (const auto& fragment : fragmentsOf(*vertices)) {
     Shells shells;
-    shells.name = fragment->name();
-    shells.vertices = getCABs<PhysicalSpace::point>(vertices, fragment);
-    if (!shells.vertices) Larder::Console() << "No VerticesC";
+    shells.fragment = fragment;
+    shells.vertices = readFragment<PhysicalSpace::point>(vertices, fragment, "No VerticesC");
     if (!shells.vertices) continue;
-    shells.faces = getCABs<IndexList>(lines, fragment);
-    if (!shells.faces) Larder::Console() << "No LinesC";
+    shells.faces = readFragment<IndexList>(lines, fragment, "No LinesC");
     if (!shells.faces) continue;
-    if (identifiers) shells.identifiers = getCABs<int>(identifiers, fragment);
+    if (identifiers) shells.identifiers = readFragment<int>(identifiers, fragment, nullptr);
     addFaces(shells, progress, cutter, surface);
   }
   return true;

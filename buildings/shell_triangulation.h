@@ -19,6 +19,7 @@ struct ShellSurface {
 };
 
 /// Adds the triangles of all faces of a grid. \return false if `getFields` does.
+/// \throw UnreadableFragment
 bool triangulateLOD2Grid(const Quilt::Grid& grid, const BuildingProgress& progress,
                          ShellSurface& surface);
 

@@ -19,7 +19,7 @@ SurfaceLists::SurfaceLists()
       triangles_(Larder::makeStrong<Larder::Chunk<Quilt::Triangle>>(kRoom, true)) {}
 
 unsigned int SurfaceLists::addVertex(double x, double y, double z) {
-  if (points_->size() > std::numeric_limits<unsigned int>::max())
+  if (points_->size() == std::numeric_limits<unsigned int>::max())
     throw std::length_error("the surface has more vertices than 32-bit numbers can name");
   points_->emplace_back(x, y, z);
   return static_cast<unsigned int>(points_->size() - 1);

@@ -12,7 +12,8 @@ class SurfaceLists {
  public:
   SurfaceLists();
 
-  /// \return the number of the new vertex. \throw std::length_error beyond 2^32 vertices.
+  /// \return the number of the new vertex. \throw std::length_error beyond 2^32 - 1 vertices, so
+  /// that their count is a 32-bit number too.
   unsigned int addVertex(double x, double y, double z);
   void addTriangle(unsigned int a, unsigned int b, unsigned int c) {
     triangles_->push_back(Quilt::Triangle(a, b, c));

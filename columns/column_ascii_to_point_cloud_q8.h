@@ -25,6 +25,8 @@ using ManipulateArray = std::function<Larder::StrongPtr<Quilt::MemBase, Larder::
 ///     converter.GridName = "Scan";
 ///     converter.addColumn("point", "Positions", {0, 1, 2});
 ///     converter.addColumn("float", "Intensity", {3});
+///     const std::vector<std::string> names = {"scan.txt"};
+///     const auto files = Larder::makeStrong<Larder::StringList>(names);
 ///     const int status = converter.convertASCIIToQ8(files, "scan.q8", -1, 31467, nullptr, {});
 ///
 /// A line is split at `Delimiter` into tokens, the pieces that aren't empty; columns are positions

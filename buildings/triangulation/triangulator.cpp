@@ -43,7 +43,8 @@ inline bool Triangulator::turnsReflex(std::uint32_t previous, std::uint32_t corn
 
 void Triangulator::linkCorners() {
   const auto n = static_cast<std::uint32_t>(ring_.size());
-  if (next_.size() < n) {
+  // The last to grow: memory may have run out in between, in a former ring.
+  if (isReflex_.size() < n) {
     previous_.resize(n);
     next_.resize(n);
     isReflex_.resize(n);

@@ -35,8 +35,8 @@ MemBaseHandle MemArrayGetSlice<N>::getSlice(MemArray<N, T>& array, std::uint64_t
       new MemArray<N - 1, T>(iterator, shape, array.creator, array.getChunk(), creator));
 }
 
-/// A look at one component of each element that `array` looks at. Its strided places are those of
-/// the array, so that `first` stays; its `length` is 0 where components have other elements between
+/// A view of one component of each element that `array` covers. Its strided places are those of the
+/// array, so that `first` stays; its `length` is 0 where components have other elements between
 /// them.
 template <class T>
 Iterator<typename ElementTraits<T>::Component> componentIterator(const Iterator<T>& array,
@@ -48,7 +48,7 @@ Iterator<typename ElementTraits<T>::Component> componentIterator(const Iterator<
   view.stride = array.stride * kComponents;
   view.length = kComponents == 1 ? array.count : 0;
   view.first = array.first;
-  view.data = reinterpret_cast<Component*>(array.data) + component;
+  if (array.data != nullptr) view.data = reinterpret_cast<Component*>(array.data) + component;
   const std::uint64_t used = array.places() - array.first - array.tail;
   const std::uint64_t available = view.places() - view.first;
   view.tail = available < used ? 0 : available - used;
@@ -69,9 +69,10 @@ MemBaseHandle MemArray<N, T>::getComponentArray(int component, const WeakCreator
     using Component = typename ElementTraits<T>::Component;
     if (component < 0 || component >= static_cast<int>(ElementTraits<T>::kComponents))
       return nullptr;
-    if (this->data == nullptr) return nullptr;
+    DataCreator<Component>* source = nullptr;
+    if constexpr (std::is_same_v<T, Component>) source = this->creator;
     return MemBaseHandle(new MemArray<N, Component>(componentIterator<T>(*this, component),
-                                                    this->dims, nullptr, this->getChunk(), madeBy));
+                                                    this->dims, source, this->getChunk(), madeBy));
   } else {
     return nullptr;
   }
@@ -90,16 +91,8 @@ MemBaseHandle MemArray<N, T>::createSubMemArray(const MultiIndex<N>& origin,
 
 template <int N, class T>
 MemBaseHandle MemArray<N, T>::copy(const WeakCreator& madeBy) {
-  const auto memory = this->getChunk();
-  if (!memory) return nullptr;
-  const auto copied = memory->copy();
-  Iterator<T> iterator = *this;
-  if (this->data != nullptr) {
-    const auto place = reinterpret_cast<const char*>(this->data) -
-                       static_cast<const char*>(memory->const_data_ptr());
-    iterator.data = reinterpret_cast<T*>(static_cast<char*>(copied->data_ptr()) + place);
-  }
-  return MemBaseHandle(new MemArray(iterator, this->dims, nullptr, copied, madeBy));
+  if (!this->chunk) return nullptr;
+  return MemBaseHandle(new MemArray(this->chunk->copy(), this->dims, madeBy));
 }
 
 template <int N, class T>
@@ -131,8 +124,13 @@ bool ReferencingMemArray<N, T>::copyFrom(const Larder::StrongPtr<Larder::ChunkBa
       const Larder::StrongPtr<Larder::ChunkBase>&, const Quilt::WeakCreator&);              \
   template bool Quilt::ReferencingMemArray<N, T>::copyFrom(                                 \
       const Larder::StrongPtr<Larder::ChunkBase>&);
+#define RECAST_PLANES_OF_RANK(N, T)                                   \
+  template Quilt::MemBaseHandle Quilt::MemArrayGetSlice<N>::getSlice( \
+      Quilt::MemArray<N, T>&, std::uint64_t, const Quilt::WeakCreator&);
 #define RECAST_ARRAY_SLICES(T)      \
   RECAST_ARRAY_SLICES_OF_RANK(1, T) \
   RECAST_ARRAY_SLICES_OF_RANK(2, T) \
   RECAST_ARRAY_SLICES_OF_RANK(3, T) \
-  RECAST_ARRAY_SLICES_OF_RANK(4, T)
+  RECAST_ARRAY_SLICES_OF_RANK(4, T) \
+  RECAST_PLANES_OF_RANK(3, T)       \
+  RECAST_PLANES_OF_RANK(4, T)

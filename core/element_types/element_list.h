@@ -2,20 +2,13 @@
 
 #include <vector>
 
+#include "recast/larder/number_elements.h"
 #include "recast/meadow/simplex_cell.h"
 #include "recast/perch/fixed_array.h"
 
 /// Calls `X(type)` for each of the 16 element types; the one list that everything is made from.
-/// In three groups, so that their instances can be compiled side by side.
-#define RECAST_NUMBER_ELEMENTS(X) \
-  X(float)                        \
-  X(double)                       \
-  X(long double)                  \
-  X(unsigned char)                \
-  X(unsigned short)               \
-  X(int)                          \
-  X(unsigned int)                 \
-  X(unsigned long long)
+/// In three groups, so that their instances can be compiled side by side; that of the numbers
+/// stands below the chunks.
 #define RECAST_GEOMETRY_ELEMENTS(X) \
   X(Heron::PhysicalSpace::point)    \
   X(Heron::PhysicalSpace::vector)   \

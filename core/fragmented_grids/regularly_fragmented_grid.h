@@ -53,9 +53,10 @@ class RECAST_API RegularlyFragmentedGrid : public RegularlyFragmentedGridBase {
 
 /// A view of a grid of points in space whose fields are cut along a lattice.
 ///
-///     const auto view =
-///         RegularlyFragmentedGridWithCartesianVertices<3>::create(grid, {10, 10, 1}, false);
-///     view.latticePositions()->setPersistentData(...);
+///     const Quilt::BundlePtr bundle(new Quilt::Bundle);
+///     const auto view = RegularlyFragmentedGridWithCartesianVertices<3>::create(
+///         (*(*bundle)[0.0])["Points"], {10, 10, 1}, false);
+///     const auto fragments = view.latticePositions()->getFragmentIDs();
 template <int N>
 class RECAST_API RegularlyFragmentedGridWithCartesianVertices : public RegularlyFragmentedGrid<N>,
                                                                 public GridWithCartesianVertices {

@@ -32,23 +32,24 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
  public:
   using ChunkHandle = typename TypedArray<T>::ChunkHandle;
 
-  /// Keeps the memory alive; null for a look at the components of another element type.
+  /// Keeps the memory alive; null for a view of the components of another element type.
   ChunkHandle chunk;
 
   MultiIndex<N> Size() const override { return this->dims; }
+  bool copyFrom(const Larder::StrongPtr<Larder::ChunkBase>& source) override;
   ChunkHandle myChunk() const override { return chunk; }
-  /// The chunk that keeps the memory alive, of whatever element type.
-  Larder::StrongPtr<Larder::ChunkBase> getChunk() const override {
-    return foreign_ ? foreign_ : Larder::StrongPtr<Larder::ChunkBase>(chunk);
-  }
   /// Bytes of the whole chunk, also of what the shape does not cover.
   std::size_t memsize() const override {
-    const auto memory = getChunk();
+    const auto memory = this->getChunk();
     return memory ? memory->element_size() * memory->elements() : 0;
   }
   std::uint64_t nElements() const override { return this->dims.product(); }
+  void DeferredConstructor() override { MemBase::DeferredConstructor(); }
+  const std::type_info& getType() const override { return typeid(T); }
   HyperslabParameters getHyperslabParameters() const override { return *this; }
   const void* getPtr() const override { return this->data; }
+  const double* OriginPtr() const override { return nullptr; }
+  const double* DeltaPtr() const override { return nullptr; }
   T first() const override { return elementOrDefault(MultiIndex<N>()); }
   T last() const override {
     MultiIndex<N> position = this->dims;
@@ -58,7 +59,6 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
   }
   CreativeIterator<T>& creativeIterator() override { return *this; }
   const CreativeIterator<T>& creativeIterator() const override { return *this; }
-  bool copyFrom(const Larder::StrongPtr<Larder::ChunkBase>& source) override;
 
  protected:
   /// Wraps all of `source` without copying. A chunk of another element type gives an array without
@@ -74,13 +74,17 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
     this->data = typed->data();
     if (this->count > shape.product()) this->tail = this->count - shape.product();
   }
-  /// Looks through `iterator` at memory that `owner` keeps alive.
+  /// A view through `iterator` of memory that `owner` keeps alive.
   ReferencingMemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape,
                       DataCreator<T>* source, const Larder::StrongPtr<Larder::ChunkBase>& owner)
       : MemBase(*QuiltType<T>::getQuiltType(), nullptr),
         MultiArray<N, T>(iterator, shape, source),
         chunk(owner.castTo<Larder::TypedChunk<T>>()) {
     if (!chunk) foreign_ = owner;
+  }
+  /// The chunk that keeps the memory alive, of whatever element type.
+  Larder::StrongPtr<Larder::ChunkBase> owner() const {
+    return foreign_ ? foreign_ : Larder::StrongPtr<Larder::ChunkBase>(chunk);
   }
 
  private:
@@ -95,8 +99,9 @@ class RECAST_API ReferencingMemArray : public MemArrayBase<N>,
 /// An array of rank N (1 to 4) and element type T, the first index running fastest: the data of a
 /// field's fragment.
 ///
-///     auto heights = Larder::makeStrong<Quilt::MemArray<3, float>>(MultiIndex<3>(nx, ny, 1), {});
-///     (*heights)[{i, j, 0}] = 4.5F;
+///     const Quilt::MultiIndex<3> shape(200, 100, 1);
+///     const auto heights = Larder::makeStrong<Quilt::MemArray<3, float>>(shape, nullptr);
+///     (*heights)[{199, 0, 0}] = 4.5F;
 ///
 /// An array does not grow; its chunk must have its final size before it is wrapped. Not
 /// synchronised.
@@ -112,18 +117,20 @@ class RECAST_API MemArray : public ReferencingMemArray<N, T> {
   /// An array over `source`, which is not copied.
   MemArray(const Larder::StrongPtr<Larder::ChunkBase>& source, const MultiIndex<N>& shape,
            const WeakCreator& madeBy);
-  /// A view through `iterator` at memory that `owner` keeps alive.
+  /// A view through `iterator` of memory that `owner` keeps alive.
   MemArray(const Iterator<T>& iterator, const MultiIndex<N>& shape, DataCreator<T>* source,
            const Larder::StrongPtr<Larder::ChunkBase>& owner, const WeakCreator& madeBy);
 
   MemBaseHandle newMemArraynD(const MultiIndex<N>& shape, const WeakCreator& madeBy) const override;
-  MemBaseHandle getSlice(std::uint64_t index, const WeakCreator& madeBy) override;
-  MemBaseHandle getComponentArray(int component, const WeakCreator& madeBy) override;
   MemBaseHandle createSubMemArray(const MultiIndex<N>& origin, const MultiIndex<N>& size,
                                   const WeakCreator& madeBy) override;
+  MemBaseHandle getSlice(std::uint64_t index, const WeakCreator& madeBy) override;
+  MemBaseHandle makeMemArray(const WeakCreator&) override { return MemBaseHandle(this); }
   MemBaseHandle createEquallySizedMemArray(const Larder::StrongPtr<Larder::ChunkBase>& source,
                                            const WeakCreator& madeBy) override;
   MemBaseHandle copy(const WeakCreator& madeBy) override;
+  MemBaseHandle getComponentArray(int component, const WeakCreator& madeBy) override;
+  Larder::StrongPtr<Larder::ChunkBase> getChunk() const override { return this->owner(); }
 
  private:
   void countRegistration();

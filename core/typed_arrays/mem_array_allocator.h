@@ -11,11 +11,19 @@ template <class T>
 RECAST_API Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> newMemArray(
     const DynamicSize& size, const WeakCreator& creator);
 
-/// An array of rank 1 over all of `chunk`, which is not copied; null for a null chunk.
+/// An array of rank 1 over all of `chunk`, which is not copied; null for a null chunk. Exists for
+/// points and triangles.
 template <class T>
 RECAST_API Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> makeMemArray1D(
     const Larder::StrongPtr<Larder::Chunk<T>, Larder::ChunkBase>& chunk,
-    const WeakCreator& creator);
+    const WeakCreator& creator) {
+  static_assert(
+      std::is_same_v<T, Heron::PhysicalSpace::point> || std::is_same_v<T, Triangle>,
+      "makeMemArray1D exists for points and triangles; make other arrays as MemArray<1, T>");
+  if (!chunk) return nullptr;
+  return Larder::StrongPtr<TypedArray<T>, Larder::Cacheable>(
+      new MemArray<1, T>(chunk, MultiIndex<1>(chunk->size()), creator));
+}
 
 /// Makes arrays of element type T for code that knows it only by name.
 template <class T>

@@ -72,15 +72,6 @@ Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> newMemArray(const DynamicSiz
 }
 
 template <class T>
-Larder::StrongPtr<TypedArray<T>, Larder::Cacheable> makeMemArray1D(
-    const Larder::StrongPtr<Larder::Chunk<T>, Larder::ChunkBase>& chunk,
-    const WeakCreator& madeBy) {
-  if (!chunk) return nullptr;
-  return Larder::StrongPtr<TypedArray<T>, Larder::Cacheable>(
-      new MemArray<1, T>(chunk, MultiIndex<1>(chunk->size()), madeBy));
-}
-
-template <class T>
 bool MemArrayAllocator<T>::registerMe() {
   const Larder::StrongPtr<MemBase::Allocator, Larder::InterfaceBase> allocator(
       new MemArrayAllocator);
@@ -103,7 +94,6 @@ MemBaseHandle MemArrayAllocator<T>::create(const DynamicSize& size) const {
 }  // namespace Quilt
 
 #define RECAST_INSTANCE(T)                                                                   \
-  template class Larder::Chunk<T>;                                                           \
   template class Quilt::ReferencingMemArray<1, T>;                                           \
   template class Quilt::ReferencingMemArray<2, T>;                                           \
   template class Quilt::ReferencingMemArray<3, T>;                                           \

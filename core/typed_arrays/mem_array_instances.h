@@ -5,7 +5,6 @@
 #include "recast/typed_arrays/mem_array.h"
 
 #define RECAST_EXTERN(T)                                  \
-  extern template class Larder::Chunk<T>;                 \
   extern template class Quilt::ReferencingMemArray<1, T>; \
   extern template class Quilt::ReferencingMemArray<2, T>; \
   extern template class Quilt::ReferencingMemArray<3, T>; \
@@ -16,5 +15,3 @@
   extern template class Quilt::MemArray<4, T>;
 RECAST_ALL_ELEMENTS(RECAST_EXTERN)
 #undef RECAST_EXTERN
-extern template class Larder::Chunk<std::string>;
-extern template class Larder::ResizableChunk<std::string>;

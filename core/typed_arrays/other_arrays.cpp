@@ -4,5 +4,3 @@ RECAST_OTHER_ELEMENTS(RECAST_INSTANCE)
 template Larder::StrongPtr<Quilt::TypedArray<Quilt::Triangle>, Larder::Cacheable>
 Quilt::makeMemArray1D(const Larder::StrongPtr<Larder::Chunk<Quilt::Triangle>, Larder::ChunkBase>&,
                       const Quilt::WeakCreator&);
-template class Larder::Chunk<std::string>;
-template class Larder::ResizableChunk<std::string>;

@@ -27,9 +27,12 @@ class RECAST_API Cacheable : public ReferenceBase<Cacheable> {
   /// Makes this the most recently used of the memory cache, if that holds it.
   void markAsUsed();
 
- private:
-  void onFirstHandle() override { DeferredConstructor(); }
+ protected:
+  Cacheable()
+      : ReferenceBase(
+            [](Countable& object) { static_cast<Cacheable&>(object).DeferredConstructor(); }) {}
 
+ private:
   WeakPtrImpl<Creature> creator_;
 };
 

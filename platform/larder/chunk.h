@@ -1,9 +1,11 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "recast/larder/chunk_base.h"
 #include "recast/larder/fresh_memory.h"
+#include "recast/larder/number_elements.h"
 
 namespace Larder {
 
@@ -98,5 +100,15 @@ class RECAST_API ResizableChunk : public Chunk<T> {
  public:
   using Chunk<T>::Chunk;
 };
+
+// The instances of the element types are compiled once, for a compound type beside that type, and
+// declared where no unit can miss it: one that made its own would hide the library's, since the
+// linker keeps the stricter visibility.
+#define RECAST_EXTERN(T) extern template class Chunk<T>;
+RECAST_NUMBER_ELEMENTS(RECAST_EXTERN)
+RECAST_EXTERN(std::vector<unsigned int>)
+RECAST_EXTERN(std::string)
+#undef RECAST_EXTERN
+extern template class ResizableChunk<std::string>;
 
 }  // namespace Larder

@@ -33,7 +33,7 @@ bool HandleBlock::promote() {
 
 void HandleBlock::firstHandle() {
   try {
-    object_.load(std::memory_order_acquire)->onFirstHandle();
+    if (onFirstHandle_ != nullptr) onFirstHandle_(*object_.load(std::memory_order_acquire));
   } catch (...) {
     releaseStrong();  // the handle under construction will not do it
     throw;
@@ -64,6 +64,12 @@ void HandleBlock::objectGone() {
   strong_.store(kDead, std::memory_order_release);
   object_.store(nullptr, std::memory_order_release);
   releaseWeak();
+}
+
+Countable::Countable(const Countable& other) {
+  const HandleBlock* block = other.block_.load(std::memory_order_acquire);
+  if (block != nullptr && block->onFirstHandle_ != nullptr)
+    block_.store(new HandleBlock(this, block->onFirstHandle_), std::memory_order_release);
 }
 
 Countable::~Countable() {

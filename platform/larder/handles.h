@@ -30,7 +30,12 @@ class RECAST_API HandleBlock {
   static constexpr std::int32_t kDying = 0x35000000;
   static constexpr std::int32_t kDead = -1;
 
-  explicit HandleBlock(Countable* object) : object_(object) {}
+  /// What runs once, when the first strong handle to an object is taken.
+  using FirstHandle = void (*)(Countable& object);
+
+  /// \param onFirstHandle null for nothing.
+  explicit HandleBlock(Countable* object, FirstHandle onFirstHandle = nullptr)
+      : object_(object), onFirstHandle_(onFirstHandle) {}
   HandleBlock(const HandleBlock&) = delete;
   HandleBlock& operator=(const HandleBlock&) = delete;
 
@@ -62,6 +67,7 @@ class RECAST_API HandleBlock {
   std::atomic<std::int32_t> strong_{0};
   std::atomic<std::int32_t> weak_{1};
   std::atomic<Countable*> object_;
+  const FirstHandle onFirstHandle_;
 };
 
 /// Base of everything that handles can hold; derive from `ReferenceBase` instead.
@@ -76,15 +82,15 @@ class RECAST_API Countable {
 
  protected:
   Countable() = default;
+  /// For classes with work to do at an object's first handle. No virtual operation, so that the
+  /// classes below have none in their tables but their own.
+  explicit Countable(HandleBlock::FirstHandle onFirstHandle)
+      : block_(new HandleBlock(this, onFirstHandle)) {}
   /// A copied object is a new one: it has no handles yet.
-  Countable(const Countable&) : Countable() {}
+  Countable(const Countable& other);
   Countable& operator=(const Countable&) { return *this; }
 
  private:
-  friend class HandleBlock;
-  /// Runs once, when the first strong handle is taken.
-  virtual void onFirstHandle() {}
-
   mutable std::atomic<HandleBlock*> block_{nullptr};
 };
 
@@ -93,6 +99,10 @@ template <class D>
 class RECAST_API ReferenceBase : public Countable {
  public:
   using HandleDomain = D;
+
+ protected:
+  ReferenceBase() = default;
+  explicit ReferenceBase(HandleBlock::FirstHandle onFirstHandle) : Countable(onFirstHandle) {}
 };
 
 /// The domain of a class's handles; T must be complete.

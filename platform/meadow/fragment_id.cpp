@@ -78,3 +78,5 @@ template class FragmentLocation<3, LowerOverlap>;
 template class FragmentLocation<3, UpperOverlap>;
 
 }  // namespace Quilt
+
+template class Larder::Chunk<Quilt::FragmentIDCollection::Handle>;

@@ -106,3 +106,5 @@ extern template class FragmentLocation<3, LowerOverlap>;
 extern template class FragmentLocation<3, UpperOverlap>;
 
 }  // namespace Quilt
+
+extern template class Larder::Chunk<Quilt::FragmentIDCollection::Handle>;

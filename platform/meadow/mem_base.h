@@ -70,8 +70,8 @@ class RECAST_API MemBase : public Larder::Cacheable, public Larder::Intercube {
   /// One component of each element, as an array of the same shape and of the component type:
   /// element i is component `component` of this array's element i. It shares the memory, whose
   /// chunk it keeps alive; writing through it changes this array. A plain number, or a list of
-  /// indices, has one component, itself. \return null for a component that there is not, and
-  /// without memory
+  /// indices, has one component, itself. Of an array without memory the components have none
+  /// either. \return null for a component out of range
   virtual MemBaseHandle getComponentArray(int component, const WeakCreator& creator);
   /// A new array with a copy of the box of `size` elements at `origin`. The box must lie inside,
   /// which nothing tests. \return null if the rank of `origin` or `size` is another
@@ -85,8 +85,10 @@ class RECAST_API MemBase : public Larder::Cacheable, public Larder::Intercube {
   /// there is overwritten too. \return false, with nothing changed, if the chunk has other elements
   /// or another number of them than this array's
   virtual bool copyFrom(const Larder::StrongPtr<Larder::ChunkBase>& chunk);
-  /// An array that looks at a copy of the whole chunk as this one looks at the chunk.
-  /// \return null without memory
+  /// An array of this one's shape over a copy of the whole chunk as it is now, from its first
+  /// element on. The copy of a slice therefore begins with the chunk's first element, not with the
+  /// slice's: use `createSubArray` for a copy of the elements that a view covers.
+  /// \return null without memory, and for a component array whose chunk has compound elements
   virtual MemBaseHandle copy(const WeakCreator& creator);
 
   /// The description of the element type.
@@ -104,6 +106,7 @@ class RECAST_API MemBase : public Larder::Cacheable, public Larder::Intercube {
 template <int N>
 class RECAST_API MemArrayBase : public virtual MemBase {
  public:
+  ~MemArrayBase() override = default;
   int rank() const override { return N; }
   /// The extents, first index first.
   virtual MultiIndex<N> Size() const = 0;

@@ -37,4 +37,7 @@ struct StorageTypeOf<Quilt::SimplexCell<D, Index, Naming>> {
   using type = Quilt::Cell<D, D + 1, Index>;
 };
 
+extern template class Chunk<Quilt::Edge>;
+extern template class Chunk<Quilt::Triangle>;
+
 }  // namespace Larder

@@ -134,4 +134,10 @@ struct StorageTypeOf<Heron::PhysicalSpace::bivector> {
   using type = Heron::Vector<double, 3>;
 };
 
+extern template class Chunk<Heron::FixedArray<double, 3>>;
+extern template class Chunk<Heron::PhysicalSpace::point>;
+extern template class Chunk<Heron::PhysicalSpace::vector>;
+extern template class Chunk<Heron::PhysicalSpace::bivector>;
+extern template class Chunk<Heron::Colour>;
+
 }  // namespace Larder

@@ -96,7 +96,8 @@ TEST(Slices, OfComputedArraysComeFromTheirCreator) {
   EXPECT_TRUE(holds(typed<2, int>(box), [](const MultiIndex<2>& p) {
     return static_cast<int>(3 * (p[1] + 2) + p[0] + 1);
   }));
-  EXPECT_FALSE(array.getComponentArray(0, nullptr)) << "there is no memory to look at";
+  const MemBaseHandle same = array.getComponentArray(0, nullptr);
+  EXPECT_EQ((typed<2, int>(same)[MultiIndex<2>(1, 2)]), 7);
   EXPECT_FALSE(array.copy(nullptr));
 }
 
@@ -132,12 +133,24 @@ TEST(Components, OfSlicesAndOfComponentsAreThoseOfTheirElements) {
   const MemBaseHandle plane = points->getComponentArray(2, nullptr);
   const MemBaseHandle fromPlane = dynamic_cast<MemArray<2, double>&>(*plane).getSlice(2, nullptr);
   const MemBaseHandle again = fromPlane->getComponentArray(0, nullptr);
-  const MemBaseHandle copied = again->copy(nullptr);
-  for (const auto& view : {fromRow, fromPlane, again, copied})
+  const MemBaseHandle box = again->createSubArray(MultiIndex<1>(0), MultiIndex<1>(3), nullptr);
+  for (const auto& view : {fromRow, fromPlane, again, box})
     EXPECT_TRUE(holds(typed<1, double>(view), [&](const MultiIndex<1>& p) {
       return (*points)[{p[0], 2}].z();
     }));
-  EXPECT_FALSE(copied->getChunk() == points->getChunk());
+  EXPECT_FALSE(plane->copy(nullptr)) << "its chunk has points";
+}
+
+TEST(Components, OfAnArrayWithoutElementsHaveNone) {
+  using Point = PhysicalSpace::point;
+  for (const bool room : {false, true}) {
+    const auto chunk = Larder::makeStrong<Chunk<Point>>(room ? 8U : 0U, true);
+    MemArray<1, Point> array(chunk, MultiIndex<1>(0), nullptr);
+    const MemBaseHandle view = array.getComponentArray(2, nullptr);
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->nElements(), 0U);
+    EXPECT_FALSE(array.getComponentArray(3, nullptr));
+  }
 }
 
 TEST(Copies, OfABoxAndOfTheWholeHaveMemoryOfTheirOwn) {
@@ -163,6 +176,22 @@ TEST(Copies, OfABoxAndOfTheWholeHaveMemoryOfTheirOwn) {
         size[N - 1] = 0;
         EXPECT_EQ(array->createSubMemArray(origin, size, nullptr)->nElements(), 0U);
       });
+}
+
+TEST(Copies, HaveTheChunkAsItIsNow) {
+  const auto chunk = samples<int>(12);
+  const auto array = Larder::makeStrong<MemArray<2, int>>(chunk, MultiIndex<2>(4, 3), nullptr);
+  const MemBaseHandle row = array->getSlice(2, nullptr);
+  chunk->reserve(1000);  // moves it
+  chunk->insert(chunk->end(), 5, -1);
+  const MemBaseHandle whole = array->copy(nullptr);
+  EXPECT_TRUE(holds(typed<2, int>(whole),
+                    [](const MultiIndex<2>& p) { return static_cast<int>(4 * p[1] + p[0] + 1); }));
+  EXPECT_EQ(whole->getHyperslabParameters().tail, 5U);
+  const MemBaseHandle start = row->copy(nullptr);
+  EXPECT_TRUE(holds(typed<1, int>(start), [](const MultiIndex<1>& p) {
+    return static_cast<int>(p[0] + 1);
+  })) << "of a slice it begins at the start of the chunk";
 }
 
 TEST(Copies, NeedTheRankOfTheArrayAndMemory) {

@@ -3,6 +3,9 @@
 #include "building_grids.h"
 #include <gtest/gtest.h>
 
+#include "recast/trelliskinds/grid_kinds.h"
+#include "recast/typed_arrays/mem_array_allocator.h"
+
 namespace {
 
 using TestSupport::BuildingGrid;
@@ -126,6 +129,31 @@ TEST(LOD2, ConcaveWallsAndRoofsAreCutWhole) {
       }
 }
 
+TEST(LOD2, CrossingFacesWhoseAreasCancelAreCutAsInThePlane) {
+  const std::vector<Point> outline = {{0, 0, 0}, {4, 3, 0}, {4, 0, 0}, {0, 3, 0}};
+  const auto flat = surfaceOf(outline).triangles.size();
+  EXPECT_GT(flat, 0u);
+  for (const double tilt : {0.7, M_PI / 2, 2.5})
+    for (const double heading : {0.0, 0.3, 2.0})
+      EXPECT_EQ(surfaceOf(turned(outline, heading, tilt)).triangles.size(), flat);
+}
+
+TEST(LOD2, ASetOfLinesIsAShell) {
+  const Quilt::BundlePtr bundle(new Quilt::Bundle);
+  const auto source = (*(*bundle)[0.0])["lines"];
+  const auto target = (*(*bundle)[0.0])["surface"];
+  const auto points = Larder::makeStrong<Larder::Chunk<Point>>(
+      std::vector<Point>{{0, 0, 3}, {4, 0, 3}, {4, 4, 3}, {0, 4, 3}});
+  const auto lists = Larder::makeStrong<Larder::Chunk<IndexList>>(
+      std::vector<IndexList>{{0, 1, 2, 3, 0}, {0, 1, 2, 0}});
+  const Quilt::LineSet lines(source, Quilt::makeMemArray1D(points, nullptr),
+                             Quilt::MemBaseHandle(new Quilt::MemArray<1, IndexList>(
+                                 lists, Quilt::MultiIndex<1>(2), nullptr)),
+                             nullptr);
+  EXPECT_EQ(Recast::convertLOD2toTIN(*source, *target, nullptr), 0);
+  EXPECT_EQ(Surface(*target).triangles.size(), 3u);
+}
+
 TEST(LOD2, BuildingIdentifiersFollowTheirTriangles) {
   const TempFolder folder;
   const ConsoleCapture console;
@@ -152,6 +180,12 @@ TEST(LOD2, BuildingIdentifiersFollowTheirTriangles) {
   EXPECT_EQ(identifiers({folder / "without.q8", folder / "with.q8", folder / "without.q8"}),
             (Numbers{0, 0, 7, 9, 9, 0, 0}));
   EXPECT_TRUE(console.contains("This is file: " + folder / "with.q8"));
+  with.store({7});
+  with.bundle.save(folder / "too few.q8", nullptr, nullptr);
+  EXPECT_EQ(identifiers({folder / "too few.q8"}), (Numbers{7, 0, 0}));
+  EXPECT_EQ(console.count("The fragment \"f\" has fewer building identifiers than lines; the other "
+                          "lines get none."),
+            1u);
   EXPECT_TRUE(console.contains("LOD2-> File: " + folder / "with.q8" + " processed with tris: 3"));
 }
 
@@ -171,7 +205,7 @@ TEST(LOD2, AGridWithoutFacesIsRefused) {
   EXPECT_FALSE(std::filesystem::exists(folder / "out.q8"));
 }
 
-TEST(LOD2, FacesThatCannotBeCutOrReferToNothingAreToldOf) {
+TEST(LOD2, FacesThatCannotBeCutOrReferToNothingAreReported) {
   const ConsoleCapture console;
   Shell shell;
   shell.addFace({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
