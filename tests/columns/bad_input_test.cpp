@@ -1,10 +1,8 @@
-#include <csignal>
-
 #include "column_files.h"
+#include "support/file_size_limit.h"
 #include "support/input_pipe.h"
 #include "support/program_run.h"
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 namespace {
 
@@ -161,17 +159,13 @@ TEST(BadColumnOutput, AFullDiskIsThrownAndTheFormerFileStays) {
   ASSERT_EQ(run.convertText("1\n"), 0);
   std::string text;
   for (int i = 0; i < 200'000; ++i) text += "2\n";
-  rlimit former{};
-  getrlimit(RLIMIT_FSIZE, &former);
-  const rlimit small{rlim_t{1} << 20, former.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &small);
   try {
+    const TestSupport::FileSizeLimit full(rlim_t{1} << 20);
     run.convertText(text);
     ADD_FAILURE();
   } catch (const Quilt::StorageError& error) {
     EXPECT_EQ(Recast::lastRunReport().failure, error.what());
   }
-  setrlimit(RLIMIT_FSIZE, &former);
   run.bundle = TestSupport::loadBundle(run.folder / "out.q8");
   EXPECT_EQ(run.values<Heron::PhysicalSpace::point>("Positions").size(), 1u);
   EXPECT_THAT(run.folder.files(), testing::Not(Contains("out.q8.partial")));

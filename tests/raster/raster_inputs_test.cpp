@@ -1,10 +1,11 @@
-// Inputs that are no plain files, or can't be read to their end.
+// Inputs that are no plain files or can't be read to their end, and outputs that can't be written.
 
 #include <algorithm>
 #include <string>
 
 #include "support/bundles.h"
 #include "support/console_capture.h"
+#include "support/file_size_limit.h"
 #include "support/input_pipe.h"
 #include "support/program_run.h"
 #include "support/temp_folder.h"
@@ -97,6 +98,25 @@ TEST(RasterInputs, AReadErrorHalfWayIsAFailureAndLeavesTheFormerOutput) {
       EXPECT_EQ(textOf(output), "former");
       EXPECT_TRUE(console.messages().empty());
     }
+  }
+}
+
+TEST(RasterOutputs, AFullDiskIsThrownAndLeavesTheFormerOutput) {
+  for (const auto& import : kImports) {
+    SCOPED_TRACE(import.name);
+    const TestSupport::TempFolder folder;
+    const TestSupport::ConsoleCapture console;
+    const std::string input = folder.write(import.name, import.text(40'000));
+    const std::string output = folder.write("out.q8", "former");
+    try {
+      const TestSupport::FileSizeLimit full(rlim_t{1} << 20);
+      import.convert(input, output);
+      ADD_FAILURE() << "the output has more bytes";
+    } catch (const Quilt::StorageError& error) {
+      EXPECT_EQ(Recast::lastRunReport().failure, error.what());
+    }
+    EXPECT_EQ(textOf(output), "former");
+    EXPECT_EQ(folder.files().size(), 2u);
   }
 }
 
