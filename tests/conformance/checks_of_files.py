@@ -34,11 +34,18 @@ def loads_again(suite, job, how):
 
 # ------------------------------------------------------------------------------ inputs
 
+def files_read(job):
+    """The files that a job reads: its inputs, and the output that it adds to."""
+    return (*job.inputs, *(job.old if job.appends else ()))
+
+
 def each_input(suite, job):
-    return [(name,) for name in job.inputs]
+    return [(name,) for name in files_read(job)]
 
 
-def judge_bad_input(trial, ended, name, *words):
+def judge_bad_input(trial, name, *words):
+    trial.take_as_old()
+    ended = trial.run()
     trial.judge(ended, "failure")
     text = ended.errors.decode(errors="replace")
     for word in (name, *words):
@@ -51,12 +58,12 @@ def judge_bad_input(trial, ended, name, *words):
 def missing_input(suite, job, name):
     with Trial(suite, job) as trial:
         os.unlink(trial.folder / name)
-        return judge_bad_input(trial, trial.run(), name, os.strerror(errno.ENOENT))
+        return judge_bad_input(trial, name, os.strerror(errno.ENOENT))
 
 
 def unreadable_kinds(suite, job):
-    for name in job.inputs:
-        size = len(suite.stock[name])
+    for name in files_read(job):
+        size = len(suite.stock[job.old.get(name, name)])
         kinds = ["folder", "empty", "junk"]
         if os.geteuid() != 0:
             kinds.append("forbidden")
@@ -65,6 +72,7 @@ def unreadable_kinds(suite, job):
             if job.name == "columns-preview":
                 kinds.remove("junk")
         if name.endswith(".q8"):
+            # At any place, and where damage is the hardest to see: at the very end.
             cuts = [size * k // 24 for k in range(1, 24)] + [size - 1, size - 4, 8, 48]
             kinds += [f"cut at {cut}" for cut in suite.share(cuts, 8)]
         yield from ((name, kind) for kind in kinds)
@@ -83,7 +91,7 @@ def unreadable_input(suite, job, name, kind):
             os.truncate(path, int(kind.split()[-1]))
         else:
             trial.folder.write(name, b"no data at all\n" * (3 if kind == "junk" else 0))
-        return judge_bad_input(trial, trial.run(), name)
+        return judge_bad_input(trial, name)
 
 
 def text_inputs(suite, job):
@@ -108,13 +116,15 @@ def pipe_as_input(suite, job, name):
 # ------------------------------------------------------------------------------ outputs
 
 @check("unwritable-output", lambda suite, job: [(kind,) for kind in (
-    "folder missing", "a folder", "below a file", "partial is a folder",
+    "no name", "folder missing", "a folder", "below a file", "partial is a folder",
     *(["no permission"] if os.geteuid() != 0 else []))], writes)
 def unwritable_output(suite, job, kind):
     with Trial(suite, job) as trial:
         output = job.output
         more = []
-        if kind == "folder missing":
+        if kind == "no name":
+            output = ""
+        elif kind == "folder missing":
             output = "none/" + output
         elif kind == "a folder":
             output = "folder"

@@ -6,9 +6,11 @@ system calls, kills, runs at once, damage. Docs: docs/conformance.md.
 
 import argparse
 import collections
-import multiprocessing
+import contextlib
+import json
 import os
 import random
+import selectors
 import shlex
 import signal
 import sys
@@ -19,8 +21,10 @@ import checks_of_files  # noqa: F401; adds its checks to CHECKS, as the next one
 import checks_of_faults  # noqa: F401
 import content
 from jobs import JOBS, Reference, States, Stock
-from runs import Place, Program
+from runs import LIBC, Place, Program
 from trial import CHECKS, make_reference
+
+PR_SET_PDEATHSIG = 1
 
 
 class Skipped(str):
@@ -136,29 +140,61 @@ def chosen(options):
     return [(check, job) for job in jobs for check in checks if check.applies(job)]
 
 
-def in_worker(case):
-    return identity(case), worker_suite.run_case(case)
+def work(suite, cases, stream):
+    """Runs cases in a process of its own, which ends with its parent."""
+    parent = os.getppid()
+
+    def end(*_):
+        suite.program.end_all()
+        os._exit(2)
+
+    signal.signal(signal.SIGTERM, end)
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
+    for case in cases:
+        outcome = suite.run_case(case)
+        if os.getppid() != parent:
+            end()
+        print(json.dumps([identity(case), str(outcome), isinstance(outcome, Skipped)]), file=stream,
+              flush=True)
 
 
-worker_suite = None
-
-
-def outcomes(suite, cases, workers):
-    """Runs the cases, in several processes if asked to. \\return pairs of a case's identity and its
-    outcome, in any order"""
-    global worker_suite
-    worker_suite = suite
-    if workers == 1:
-        yield from map(in_worker, cases)
-        return
-    with multiprocessing.get_context("fork").Pool(
-            workers, lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)) as pool:
-        by_name = {identity(case): case for case in cases}
-        yield from pool.imap_unordered(_by_identity, by_name, chunksize=8)
-
-
-def _by_identity(text):
-    return in_worker(case_of(text))
+def outcomes(suite, cases, number):
+    """Runs the cases in so many processes. \\return each one's identity and outcome, in any order"""
+    workers = {}
+    lines = selectors.DefaultSelector()
+    try:
+        for first in range(number):
+            receive, send = os.pipe()
+            process = os.fork()
+            if process == 0:
+                os.close(receive)
+                work(suite, cases[first::number], os.fdopen(send, "w"))
+                os._exit(0)
+            os.close(send)
+            workers[process] = os.fdopen(receive, "rb", buffering=0)
+            lines.register(workers[process], selectors.EVENT_READ, bytearray())
+        while lines.get_map():
+            for key, _ in lines.select():
+                piece = key.fileobj.read(1 << 16)
+                if not piece:
+                    lines.unregister(key.fileobj)
+                key.data.extend(piece)
+                *whole, rest = key.data.split(b"\n")
+                key.data[:] = rest
+                for line in whole:
+                    name, outcome, skipped = json.loads(line)
+                    yield name, Skipped(outcome) if skipped else outcome
+        for process in list(workers):
+            _, status = os.waitpid(process, 0)
+            workers.pop(process).close()
+            if status != 0:
+                raise RuntimeError(f"a process of the suite ended with status {status}")
+    finally:
+        for process in workers:
+            with contextlib.suppress(ProcessLookupError, ChildProcessError):
+                os.kill(process, signal.SIGTERM)
+                os.waitpid(process, 0)
 
 
 class Report:
@@ -237,8 +273,9 @@ def run(suite, options):
             report.add(f"{check.name}:{job.name}", traceback.format_exc(limit=-2))
     for job in {id(job): job for _, job, _ in cases}.values():
         suite.prepare(job)
-    for text, outcome in outcomes(suite, cases, options.workers):
-        report.add(text, outcome)
+    with contextlib.closing(outcomes(suite, cases, options.workers)) as found:
+        for text, outcome in found:
+            report.add(text, outcome)
     report.print_figures(time.monotonic() - start)
     return 1 if report.failures else 0
 
@@ -249,12 +286,10 @@ def main():
         signal.signal(number, lambda *_: sys.exit(2))
     print(f"seed {options.seed}", flush=True)
     suite = Suite(options)
-    owner = os.getpid()
     try:
         return run(suite, options)
     finally:
-        if os.getpid() == owner:
-            suite.close()
+        suite.close()
 
 
 if __name__ == "__main__":

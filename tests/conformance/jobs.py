@@ -151,7 +151,7 @@ class Job:
     def command(self, output=None, inputs=None):
         words = []
         for word in self.words:
-            words += ([output or self.output] if word is OUT else inputs or self.inputs
+            words += ([self.output if output is None else output] if word is OUT else inputs or self.inputs
                       if word is IN else [word])
         return words
 

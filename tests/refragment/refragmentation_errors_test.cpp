@@ -1,9 +1,7 @@
-#include <csignal>
 #include <limits>
 
 #include "clouds.h"
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "recast/trelliskinds/uniform_array.h"
 
@@ -151,27 +149,6 @@ TEST_F(RefragmentationErrors, FieldsThatDoNotFitTheirPoints) {
       EXPECT_EQ(refragment(wanted), "field \"Odd\", fragment \"a\": there are " +
                                         std::to_string(count) + " values for 3 points");
     }
-}
-
-TEST_F(RefragmentationErrors, DamagedDataEndsTheRun) {
-  write("Positions", std::vector<Point>(20000, {1, 2, 3}));
-  std::filesystem::resize_file(in(), std::filesystem::file_size(in()) / 2);
-  EXPECT_NE(refragment(parameters()), "");
-}
-
-TEST_F(RefragmentationErrors, ADiskThatIsFullIsTheResult) {
-  std::vector<Point> points(100000);
-  for (std::size_t i = 0; i < points.size(); ++i) points[i] = {0.01 * static_cast<double>(i), 0, 0};
-  write("Positions", points);
-  rlimit former{};
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);
-  rlimit small = former;
-  small.rlim_cur = 1 << 20;
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-  const std::string result = refragment(parameters());
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &former), 0);
-  EXPECT_NE(result.find("out.q8"), std::string::npos) << result;
-  expectNoOutput();
 }
 
 TEST_F(RefragmentationErrors, WhatTheHostThrowsArrives) {

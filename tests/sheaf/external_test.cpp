@@ -181,20 +181,6 @@ TEST_F(ExternalFiles, InAFolderThatCannotBeMadeFailTheCall) {
   EXPECT_THAT(folder_.files(), ElementsAre("file"));
 }
 
-TEST_F(ExternalFiles, TakeTheirPlacesBeforeTheMainFileDoes) {
-  write();
-  const std::string before = textOf(main_);
-  const ConsoleCapture console;
-  {
-    const auto bundle = boundBundle(main_, inFolder("ext"));
-    put(*vertices(*bundle), "height", "f", floats_);
-    std::filesystem::remove(height_);
-    std::filesystem::create_directory(height_);  // nothing can replace it
-  }
-  EXPECT_TRUE(console.contains("ext/height.q8: replace: Is a directory"));
-  EXPECT_TRUE(textOf(main_) == before);
-}
-
 TEST_F(ExternalFiles, OfTwoFieldsInOnePlaceAreRefused) {
   const auto rules = Larder::makeStrong<OwnFiles>("ext");
   rules->inside = "here";
