@@ -17,9 +17,9 @@ class MyStorage : public Quilt::StorageTransformations {
       double time, const std::string& gridName, const Quilt::SkeletonID& skeleton,
       const std::string& representationName, const std::string& fieldName) const override {
     if (fieldName == Quilt::Representation::kPositions || extLink_.empty()) return {};
-    return {extLink_ + "/" + fileName(fieldName),
-            timeName(time) + "/" + escapedName(gridName) + "/" + skeleton.name() + "/" +
-                escapedName(representationName)};
+    return {extLink_ + "/" + fileName(fieldName), timeName(time) + "/" + escapedName(gridName) +
+                                                      "/" + skeleton.name() + "/" +
+                                                      escapedName(representationName)};
   }
 
  private:
