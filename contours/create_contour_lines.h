@@ -30,8 +30,13 @@ class RECAST_API CreateContourLinesFromUniform : public BasicConverterDefs {
 
   /// The parameters as lines of text.
   std::string printSecondary() override;
-  /// \return 0 without an input bundle, else 1. `Errors` and the console tell whether lines were
-  /// made.
+  /// Traces and saves the lines, on the calling thread unless `Threads` asks for more. Messages are
+  /// sent by the calling thread. If a fragment can't be read nothing is saved, and `Errors` names
+  /// it; one that has no data is passed over. What the run reads of the input does not stay in
+  /// memory.
+  /// \return 0 without an input bundle, else 1. `Errors` and the console report whether lines were
+  /// made. \throw Quilt::StorageError if the lines can't be saved; `OutputFile` is unchanged then.
+  /// std::bad_alloc
   int Run() override;
 
   /// The field whose values are cut into levels; empty for the contoured field, whose name it then
@@ -44,7 +49,10 @@ class RECAST_API CreateContourLinesFromUniform : public BasicConverterDefs {
   bool OnlyBorderLine = false;  ///< only lines between vertices of types 1 to 3 and others
   bool UseSliceField =
       false;  ///< a line's heights come from the contoured field, not from its level
-  Quilt::BundlePtr OutBundle;  ///< receives the lines
+  Quilt::BundlePtr OutBundle;  ///< receives the lines; must be valid
+  /// Threads that trace at most, the calling one included; negative for as many as the machine has.
+  /// The lines and their order don't depend on it.
+  int Threads = 1;
 };
 
 }  // namespace Recast

@@ -79,7 +79,11 @@ const Heights kSlope = [](std::uint64_t i, std::uint64_t) { return static_cast<f
 TEST(ContourLevels, RunFromTheMinimumBelowTheMaximum) {
   const auto levels = [](float minimum, float maximum, float step, float from, float to) {
     const auto all = Recast::ContourLevels::over(Quilt::DataRange<float>(minimum, maximum), step);
-    return all ? all->within(Quilt::DataRange<float>(from, to)) : std::vector<float>{-1};
+    if (!all) return std::vector<float>{-1};
+    const auto within = all->within(Quilt::DataRange<float>(from, to));
+    std::vector<float> list;
+    for (std::size_t k = 0; k < within.size(); ++k) list.push_back(within[k]);
+    return list;
   };
   EXPECT_THAT(levels(0, 10, 3, 0, 10), ElementsAre(0, 3, 6, 9));
   EXPECT_THAT(levels(0, 9, 3, 0, 10), ElementsAre(0, 3, 6)) << "the maximum is no level";
@@ -87,6 +91,7 @@ TEST(ContourLevels, RunFromTheMinimumBelowTheMaximum) {
   EXPECT_THAT(levels(0, 10, 3, 3.5F, 5.5F), IsEmpty());
   EXPECT_THAT(levels(2, 3, 5, 0, 10), ElementsAre(2));
   EXPECT_THAT(levels(0, 10, 20, 1, 9), IsEmpty());
+  EXPECT_THAT(levels(10, 0, -3, 2, 7.5F), ElementsAre(7, 4)) << "downwards";
   for (const float step : {0.0F, -1.0F, 1e-30F, std::nanf("")})
     EXPECT_THAT(levels(0, 10, step, 0, 10), ElementsAre(-1)) << step;
   EXPECT_THAT(levels(4, 4, 1, 0, 10), ElementsAre(-1));

@@ -28,7 +28,7 @@ TEST(ContourThreads, GiveTheLinesOfOneThreadInItsOrder) {
   ContourOutput apart;
   std::size_t stitched = 0;
   {
-    FragmentTracer tracer(fragment);
+    FragmentTracer tracer(fragment, 3);
     for (int round = 0; round < 2; ++round) stitched += tracer.trace(levels, together);
   }
   FragmentTracer tracer(fragment);
