@@ -139,25 +139,20 @@ struct SourceCloud {
   RepresentationHandle representation;
 };
 
-/// \throw RunEnd if some data is not of its field's type, as where files were loaded together whose
-/// fields have one name and several types.
-void requireTypes(const ParaBox& box, const SourceCloud& cloud) {
-  cloud.representation->iterate([&](const Quilt::FieldID& id, const Quilt::Field& field) {
-    const auto type = field.getElementType();
-    const bool isPositions = id.name() == Quilt::Representation::kPositions;
-    if (!type || !(isPositions || box.isWanted(id.name()))) return true;
-    for (const auto& fragment : cloud.positions->getFragmentIDs()) {
-      const auto creator = field.getCreator(fragment);
-      if (creator && creator->typeName() != type->TypeName)
-        throw RunEnd("field \"" + id.name() + "\", fragment \"" + fragment->name() +
-                     "\": the data is no list of values of the field's type");
-    }
-    return true;
-  });
+/// \throw RunEnd if the positions are computed, as those of a uniform grid are, and not a list.
+void requireList(const Quilt::Field& positions) {
+  for (const auto& fragment : positions.getFragmentIDs()) {
+    const auto creator = positions.getCreator(fragment);
+    if (!creator || creator->size().rank() == 1) continue;
+    const SourceElements::Description description{
+        Quilt::Representation::kPositions, fragment->name(), &typeid(Heron::PhysicalSpace::point)};
+    static_cast<void>(SourceElements(creator, description).size());
+    return;  // a grid's fragments are of one kind
+  }
 }
 
-/// The chosen grid's points. Whatever is wrong with them and can be found without reading them ends
-/// the run here, before there is an output. \throw RunEnd
+/// The chosen grid's points. Whatever is wrong with them and can be found without reading them all
+/// ends the run here, before there is an output. \throw RunEnd
 SourceCloud findCloud(const ParaBox& box, const RefragmentationPlan& plan) {
   if (!plan.source) throw RunEnd("no bundle", "the plan has no source");
   plan.lattice.requireUsable();
@@ -172,7 +167,7 @@ SourceCloud findCloud(const ParaBox& box, const RefragmentationPlan& plan) {
   if (cloud.positions->getFragmentIDs().empty()) throw RunEnd("no fragment data");
   cloud.representation = cloud.grid->getCartesianRepresentation("");
   if (!cloud.representation) throw RunEnd("no representation");
-  requireTypes(box, cloud);
+  requireList(*cloud.positions);
   return cloud;
 }
 
