@@ -67,13 +67,14 @@ std::size_t LevelSweep::run(std::span<const float> levels, ContourOutput& output
   const Expected expected = expectedVertices(levels);
   // Else the list would be copied whenever it has doubled, at the cost of a quarter of the run.
   reserveExpected(output.Points, expected.ofAll);
-  const auto [threads, levelsAtOnce] = shareFor(levels.size(), expected);
-  std::vector<Nets> netsOf(threads);
+  const Share share = shareFor(levels.size(), expected);
+  const std::size_t levelsAtOnce = share.levelsAtOnce;
+  std::vector<Nets> netsOf(share.threads);
   for (Nets& nets : netsOf) nets.resize(levelsAtOnce);
   GapReport gaps;
   std::size_t stitched = 0;
   const std::size_t groups = (levels.size() + levelsAtOnce - 1) / levelsAtOnce;
-  inTurns(threads, groups, [&](std::size_t thread, std::size_t group, Turn& turn) {
+  inTurns(share.threads, groups, [&](std::size_t thread, std::size_t group, Turn& turn) {
     const std::size_t first = group * levelsAtOnce;
     const auto nets =
         std::span(netsOf[thread]).first(std::min(levels.size() - first, levelsAtOnce));
