@@ -9,15 +9,6 @@ namespace {
 
 using Quilt::Storage::escapedName;
 
-/// The file of a field below the folder of external files, empty for none. A field's name may say
-/// anything; it must not lead out of the folder.
-std::string fileBelow(const std::string& folder, std::string fieldName) {
-  if (fieldName == Quilt::Representation::kPositions || folder.empty()) return {};
-  for (std::size_t at = fieldName.find('/'); at != std::string::npos; at = fieldName.find('/', at))
-    fieldName.replace(at, 1, "%2F");
-  return folder + "/" + fieldName + ".q8";
-}
-
 /// Can send every field but the positions to a file of its own.
 class MyStorage : public Quilt::StorageTransformations {
  public:
@@ -26,13 +17,21 @@ class MyStorage : public Quilt::StorageTransformations {
   std::pair<std::string, std::string> getExternalLocation(
       double time, const std::string& gridName, const Quilt::SkeletonID& skeleton,
       const std::string& representationName, const std::string& fieldName) const override {
-    const std::string file = fileBelow(extLink_, fieldName);
-    if (file.empty()) return {};
-    return {file, std::to_string(time) + "/" + escapedName(gridName) + "/" + skeleton.name() + "/" +
-                      escapedName(representationName)};
+    if (fieldName == Quilt::Representation::kPositions || extLink_.empty()) return {};
+    return {extLink_ + "/" + fileName(fieldName),
+            std::to_string(time) + "/" + escapedName(gridName) + "/" + skeleton.name() + "/" +
+                escapedName(representationName)};
   }
 
  private:
+  /// A field's name may say anything; it must not lead out of the folder.
+  static std::string fileName(std::string fieldName) {
+    for (std::size_t at = fieldName.find('/'); at != std::string::npos;
+         at = fieldName.find('/', at))
+      fieldName.replace(at, 1, "%2F");
+    return fieldName + ".q8";
+  }
+
   std::string extLink_;
 };
 
@@ -46,7 +45,10 @@ Quilt::StorageHandle storageFor(const ParaBox& box) {
 }
 
 std::string externalFileFor(const ParaBox& box, const std::string& fieldName) {
-  const std::filesystem::path file = fileBelow(box.ExtLink, fieldName);
+  const std::filesystem::path file =
+      MyStorage(box.ExtLink)
+          .getExternalLocation(0.0, "", Quilt::SkeletonID(0, 0), "", fieldName)
+          .first;
   // A relative one counts from the folder of the output file.
   return file.empty() ? std::string()
                       : (std::filesystem::path(box.OutFile).parent_path() / file).string();
