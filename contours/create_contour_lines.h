@@ -20,10 +20,9 @@ namespace Recast {
 ///
 /// The grid's positions are cut into fragments, each uniform and Cartesian; beside the contoured
 /// field (32-bit floats) it has the field "CellType" (bytes): no line passes next to a vertex of
-/// the types 1 to
-/// 3. The first slice that is selected, its first such grid that is selected and the first field
-/// that is selected are worked on. All numbers are in the unit of the input. An object serves one
-/// run at a time.
+/// the types 1 to 3. The first slice that is selected, its first such grid that is selected and the
+/// first field that is selected are worked on. All numbers are in the unit of the input. An object
+/// serves one run at a time.
 class RECAST_API CreateContourLinesFromUniform : public BasicConverterDefs {
  public:
   CreateContourLinesFromUniform();
