@@ -1,5 +1,6 @@
 #include "recast/contours/contour_levels.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace Recast {
@@ -13,26 +14,32 @@ std::optional<ContourLevels> ContourLevels::over(const Quilt::DataRange<float>& 
   return ContourLevels(range.minimum(), step, static_cast<int>(count));
 }
 
-std::vector<float> ContourLevels::within(const Quilt::DataRange<float>& range) const {
-  // The levels ascend with k, so that the first one can be found by halving; a negative step with a
-  // negative range, which descends, is searched from its start.
-  int first = 0;
-  for (int width = step_ > 0.0F ? count_ : 0; width > 0;) {
+/// The first number whose level holds a condition that holds from some level on; the end if none.
+template <class Holds>
+int ContourLevels::firstWhere(Holds holds) const {
+  int first = first_;
+  for (int width = end_ - first_; width > 0;) {
     const int half = width / 2;
-    if (level(first + half) < range.minimum()) {
+    if (holds(level(first + half))) {
+      width = half;
+    } else {
       first += half + 1;
       width -= half + 1;
-    } else {
-      width = half;
     }
   }
-  std::vector<float> levels;
-  for (int k = first; k < count_; ++k) {
-    const float value = level(k);
-    if (step_ > 0.0F && value > range.maximum()) break;
-    if (value >= range.minimum() && value <= range.maximum()) levels.push_back(value);
-  }
-  return levels;
+  return first;
+}
+
+ContourLevels ContourLevels::within(const Quilt::DataRange<float>& range) const {
+  const auto fromMinimum = [&](float level) { return level >= range.minimum(); };
+  const auto toMaximum = [&](float level) { return level <= range.maximum(); };
+  ContourLevels part = *this;
+  // A negative step with a negative range makes levels that descend.
+  part.first_ = step_ > 0.0F ? firstWhere(fromMinimum) : firstWhere(toMaximum);
+  part.end_ = step_ > 0.0F ? firstWhere([&](float level) { return !toMaximum(level); })
+                           : firstWhere([&](float level) { return !fromMinimum(level); });
+  part.end_ = std::max(part.first_, part.end_);
+  return part;
 }
 
 }  // namespace Recast

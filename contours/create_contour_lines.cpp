@@ -48,6 +48,10 @@ int CreateContourLinesFromUniform::Run() {
     Errors.push_back("bundleptr is null");
     return 0;
   }
+  if (!OutBundle) {
+    Errors.push_back("the output bundle is null or not valid");
+    return 1;
+  }
   printParameters();
   for (const auto& [time, slice] : *Bundle) {
     if (!slice) continue;

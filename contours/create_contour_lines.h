@@ -20,18 +20,22 @@ namespace Recast {
 ///
 /// The grid's positions are cut into fragments, each uniform and Cartesian; beside the contoured
 /// field (32-bit floats) it has the field "CellType" (bytes): no line passes next to a vertex of
-/// the types 1 to
-/// 3. The first slice that is selected, its first such grid that is selected and the first field
-/// that is selected are worked on. All numbers are in the unit of the input. An object serves one
-/// run at a time.
+/// the types 1 to 3. The first slice that is selected, its first such grid that is selected and the
+/// first field that is selected are worked on. All numbers are in the unit of the input. An object
+/// serves one run at a time.
 class RECAST_API CreateContourLinesFromUniform : public BasicConverterDefs {
  public:
   CreateContourLinesFromUniform();
 
   /// The parameters as lines of text.
   std::string printSecondary() override;
-  /// \return 0 without an input bundle, else 1. `Errors` and the console tell whether lines were
-  /// made.
+  /// Traces and saves the lines, on the calling thread unless `Threads` asks for more. Messages are
+  /// sent by the calling thread. If a fragment can't be read nothing is saved, and `Errors` names
+  /// it; one that has no data is passed over. What the run reads of the input does not stay in
+  /// memory.
+  /// \return 0 without an input bundle, else 1. `Errors` and the console report whether lines were
+  /// made. \throw Quilt::StorageError if the lines can't be saved; `OutputFile` is unchanged then.
+  /// std::bad_alloc
   int Run() override;
 
   /// The field whose values are cut into levels; empty for the contoured field, whose name it then
@@ -44,7 +48,10 @@ class RECAST_API CreateContourLinesFromUniform : public BasicConverterDefs {
   bool OnlyBorderLine = false;  ///< only lines between vertices of types 1 to 3 and others
   bool UseSliceField =
       false;  ///< a line's heights come from the contoured field, not from its level
-  Quilt::BundlePtr OutBundle;  ///< receives the lines
+  Quilt::BundlePtr OutBundle;  ///< receives the lines; must be valid
+  /// Threads that trace at most, the calling one included; negative for as many as the machine has.
+  /// The lines and their order don't depend on it.
+  int Threads = 1;
 };
 
 }  // namespace Recast

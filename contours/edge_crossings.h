@@ -1,7 +1,8 @@
 #pragma once
 
+#include <bit>
+
 #include "recast/contours/contour_cases.h"
-#include "recast/contours/contour_fragment.h"
 #include "recast/contours/plane.h"
 
 namespace Recast::Contours {
@@ -13,55 +14,80 @@ struct Crossing {
   float height;
 };
 
-/// An edge by the indices of its two vertices, the second one at the greater index.
-struct EdgeEnds {
-  Index i1, j1, i2, j2;
+/// An edge by the indices of its first vertex; the second one is the next along i or j.
+struct EdgePlace {
+  Index i;
+  Index j;
+  bool alongJ;
 };
 
-/// True if the edge runs along i.
-constexpr bool runsAlongI(Edge edge) {
-  return edge == 0 || edge == 2;
-}
-
 /// Edge `edge` of cell (i, j).
-constexpr EdgeEnds edgeEnds(Index i, Index j, Edge edge) {
-  const Index i1 = edge == 3 ? i + 1 : i;
-  const Index j1 = edge == 2 ? j + 1 : j;
-  return runsAlongI(edge) ? EdgeEnds{i1, j1, i1 + 1, j1} : EdgeEnds{i1, j1, i1, j1 + 1};
+constexpr EdgePlace edgePlace(Index i, Index j, Edge edge) {
+  return {edge == 3 ? i + 1 : i, edge == 2 ? j + 1 : j, edge == 1 || edge == 3};
 }
 
-/// Where a level crosses the edges of a fragment. All interpolation is in single precision, in the
-/// order written.
+/// Where a level crosses the edges of a fragment, and which of the edges yield a crossing. All
+/// interpolation is in single precision, in the order written.
+///
+/// An edge yields a crossing between two open vertices or, where only border lines are wanted,
+/// between a blocked and an open one; and, if heights are interpolated, only between numbers.
 class EdgeCrossings {
  public:
   /// The planes must outlive the object.
-  EdgeCrossings(const Plane<float>& heights, const Plane<float>& sliceValues, bool useSliceField)
-      : heights_(heights), sliceValues_(sliceValues), useSliceField_(useSliceField) {}
+  EdgeCrossings(const Plane<float>& heights, const Plane<float>& sliceValues,
+                const Plane<unsigned char>& cellTypes, bool onlyBorderLine, bool useSliceField)
+      : heights_(heights),
+        sliceValues_(sliceValues),
+        cellTypes_(cellTypes),
+        onlyBorderLine_(onlyBorderLine),
+        useSliceField_(useSliceField) {}
 
-  /// The crossing on edge `kEdge` of cell (i, j). Without meaning if the edge's vertices are on the
-  /// same side of the level.
-  template <Edge kEdge>
-  Crossing calcRealHeight(Index i, Index j, float level) const {
-    const EdgeEnds ends = edgeEnds(i, j, kEdge);
-    const float value1 = sliceValues_.at(ends.i1, ends.j1);
-    const float value2 = sliceValues_.at(ends.i2, ends.j2);
-    Crossing crossing{static_cast<float>(ends.i1), static_cast<float>(ends.j1), level};
-    (runsAlongI(kEdge) ? crossing.alongI : crossing.alongJ) +=
-        1.0F / (value2 - value1) * (level - value1);
-    if (useSliceField_) crossing.height = height(ends, value1, value2, level);
+  /// Whether heights are interpolated; if not, the height of each crossing is its level.
+  bool useSliceField() const { return useSliceField_; }
+  /// False if all edges in a tile with these doubts yield a crossing where a level crosses them.
+  bool mayRefuse(unsigned char doubts) const;
+
+  /// Computes the crossing on an edge that the level crosses. \return true when the edge yields one
+  bool calcRealHeight(const EdgePlace& edge, float level, Crossing& crossing) const;
+  /// Whether the edge yields no crossing for want of a value alone.
+  bool lacksValue(const EdgePlace& edge) const {
+    return useSliceField_ && typesAllow(edge) && !hasValues(edge);
+  }
+  /// The crossing on an edge that the level crosses and that yields one.
+  Crossing crossingOn(const EdgePlace& edge, float level) const {
+    const float value1 = value(edge, 0);
+    const float value2 = value(edge, 1);
+    const float share = 1.0F / (value2 - value1) * (level - value1);
+    // Adding 0 to the other index costs less than a branch that can't be foreseen.
+    Crossing crossing{static_cast<float>(edge.i) + keptIf(!edge.alongJ, share),
+                      static_cast<float>(edge.j) + keptIf(edge.alongJ, share), level};
+    if (useSliceField_) crossing.height = heightOn(edge, value1, value2, level);
     return crossing;
   }
+  /// The value at the edge's first vertex (`end` 0) or second one (1).
+  float value(const EdgePlace& edge, Index end) const { return at(sliceValues_, edge, end); }
 
  private:
-  float height(const EdgeEnds& ends, float value1, float value2, float level) const {
-    const float height1 = heights_.at(ends.i1, ends.j1);
-    const float height2 = heights_.at(ends.i2, ends.j2);
+  static float keptIf(bool kept, float number) {
+    return std::bit_cast<float>(std::bit_cast<std::uint32_t>(number) & (kept ? ~0U : 0U));
+  }
+  template <class T>
+  static T at(const Plane<T>& plane, const EdgePlace& edge, Index end) {
+    return plane.row(edge.j)[edge.i + end * (edge.alongJ ? plane.columns() : 1)];
+  }
+  bool typesAllow(const EdgePlace& edge) const;
+  bool hasValues(const EdgePlace& edge) const;
+  float heightOn(const EdgePlace& edge, float value1, float value2, float level) const {
+    const float height1 = at(heights_, edge, 0);
+    const float height2 = at(heights_, edge, 1);
     const auto lifted = static_cast<float>(static_cast<double>(height1) + 0.001);
     return lifted + (height2 - height1) * (level - value1) / (value2 - value1);
   }
 
   const Plane<float>& heights_;
   const Plane<float>& sliceValues_;
+  const Plane<unsigned char>& cellTypes_;
+  const bool onlyBorderLine_;
   const bool useSliceField_;
 };
 

@@ -39,7 +39,7 @@ std::optional<FragmentPlanes> planesOf(const ContourFragment& fragment) {
 }
 
 /// Null, with a message where something is wrong, if there is nothing to trace.
-std::unique_ptr<LevelSweep> sweepOver(const ContourFragment& fragment) {
+std::unique_ptr<LevelSweep> sweepOver(const ContourFragment& fragment, std::size_t threads) {
   const std::optional<FragmentPlanes> planes = planesOf(fragment);
   if (!planes) return nullptr;
   const Quilt::MultiIndex<3>& extent = fragment.sliceValues->dims;
@@ -51,14 +51,14 @@ std::unique_ptr<LevelSweep> sweepOver(const ContourFragment& fragment) {
     Larder::Console() << "Contour: only the first layer of a fragment of " << to_string(extent)
                       << " vertices is traced";
   const CellRange own = ownCells(extent, fragment.lowerOverlap, fragment.upperOverlap);
-  return own.empty() ? nullptr : std::make_unique<LevelSweep>(*planes, fragment, own);
+  return own.empty() ? nullptr : std::make_unique<LevelSweep>(*planes, fragment, own, threads);
 }
 
 }  // namespace
 
-FragmentTracer::FragmentTracer(const ContourFragment& fragment) {
+FragmentTracer::FragmentTracer(const ContourFragment& fragment, std::size_t threads) {
   try {
-    sweep_ = sweepOver(fragment);
+    sweep_ = sweepOver(fragment, threads);
   } catch (const std::bad_alloc&) {
     reportNoMemory();
   }

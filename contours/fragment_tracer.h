@@ -25,9 +25,11 @@ class LevelSweep;
 class FragmentTracer {
  public:
   /// Keeps the arrays alive; they must not change. Arrays that are missing, or heights or cell
-  /// types that don't cover the slice values, are told to the console, and no level is traced then.
-  /// Of several layers only the first is traced, with a message.
-  explicit FragmentTracer(const ContourFragment& fragment);
+  /// types that don't cover the slice values, are reported on the console, and no level is traced
+  /// then. Of several layers only the first is traced, with a message. \param threads that trace at
+  /// most; with 1 the calling thread traces alone. Messages are sent by the calling thread in any
+  /// case, in the order of one thread.
+  explicit FragmentTracer(const ContourFragment& fragment, std::size_t threads = 1);
   ~FragmentTracer();
 
   /// Appends the lines of the levels, level by level in the order given. A level that touches fewer

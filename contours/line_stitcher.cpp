@@ -3,7 +3,6 @@
 #include <limits>
 #include <numeric>
 #include <stdexcept>
-#include <utility>
 
 namespace Recast::Contours {
 namespace {
@@ -34,9 +33,8 @@ class Stitcher {
   bool walk(Number start) {
     Number current = start;
     do {
-      EdgeNet::Node& node = net_[current];
-      output_.Points.push_back(toWorld(node.crossing));
-      current = std::exchange(node.ahead, EdgeNet::kNone);
+      output_.Points.push_back(toWorld(net_.crossing(current)));
+      current = net_.takeAhead(current);
     } while (current != EdgeNet::kNone && current != start);
     return current == start;
   }
@@ -67,11 +65,10 @@ void stitchLines(EdgeNet& net, const Point& origin, const Vector& spacing, Conto
   Stitcher stitcher(net, origin, spacing, output);
   const auto edges = static_cast<Number>(net.size());
   for (Number edge = 0; edge < edges; ++edge)
-    if (net[edge].ahead != EdgeNet::kNone && net[edge].behind == EdgeNet::kNone)
-      stitcher.stitchFrom(edge);
+    if (net.ahead(edge) != EdgeNet::kNone && !net.follows(edge)) stitcher.stitchFrom(edge);
   // What is left are rings, which may start anywhere.
   for (Number edge = 0; edge < edges; ++edge)
-    if (net[edge].ahead != EdgeNet::kNone) stitcher.stitchFrom(edge);
+    if (net.ahead(edge) != EdgeNet::kNone) stitcher.stitchFrom(edge);
 }
 
 }  // namespace Recast::Contours

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "recast/contours/edge_net.h"
-#include "recast/contours/piece_filter.h"
 
 namespace Recast::Contours {
 
@@ -13,22 +12,15 @@ namespace Recast::Contours {
 class TileScan {
  public:
   /// The arguments must outlive the scan.
-  TileScan(const Plane<float>& values, const EdgeCrossings& crossings, const PieceFilter& filter,
-           const CellRange& own)
-      : values_(values), crossings_(crossings), filter_(filter), own_(own) {}
+  TileScan(const Plane<float>& values, const EdgeCrossings& crossings, const CellRange& own)
+      : values_(values), crossings_(crossings), own_(own) {}
 
   /// \param filtered whether pieces may have to be dropped
   void run(const CellRange& tile, bool filtered, EdgeNet& net) const;
 
  private:
-  template <Edge kEdge>
-  EdgeNet::Number addEdge(Index i, Index j, Case cellCase, EdgeNet& net) const;
-  void addCell(Index i, Index j, std::size_t tileRow, Case cellCase, bool filtered,
-               EdgeNet& net) const;
-
   const Plane<float>& values_;
   const EdgeCrossings& crossings_;
-  const PieceFilter& filter_;
   const CellRange own_;
 };
 

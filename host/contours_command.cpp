@@ -77,6 +77,7 @@ void setUp(CreateContourLinesFromUniform& run, const Options& options) {
   run.OnlyBorderLine = options.onlyBorder;
   run.UseSliceField = options.heightsFromField;
   run.OutputFile = options.output;
+  run.Threads = -1;
   const auto representation = chosenGrid(run);
   const std::string field =
       options.field.empty() && representation ? firstFloatField(*representation) : options.field;

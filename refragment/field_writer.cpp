@@ -116,6 +116,7 @@ class FieldWriter {
       if (to == nullptr) continue;
       to += run.start;
       const auto indices = segment.indicesOf(i);
+      use.require(indices);
       for (const std::uint16_t index : indices) *to++ = from[index];
       if (targets.came(run.slot, static_cast<std::uint32_t>(indices.size())))
         handOver(run.slot, targets.take(run.slot));

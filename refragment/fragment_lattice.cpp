@@ -16,15 +16,15 @@ std::uint64_t fragmentsAlong(double length, double wanted) {
   return static_cast<std::uint64_t>(number < kMost ? number : kMost);
 }
 
-void requireUsable(const Quilt::MultiIndex<3>& counts) {
+}  // namespace
+
+void FragmentLattice::requireUsable() const {
   if (counts[0] == 0 || counts[1] == 0 || counts[2] == 0)
     throw RunEnd("Number of fragments is zero!");
   std::uint64_t product = 0;
-  if (!Quilt::DynamicSize(counts).product(1, product) || product > FragmentLattice::kMostFragments)
+  if (!Quilt::DynamicSize(counts).product(1, product) || product > kMostFragments)
     throw RunEnd("Number of fragments is over 1 Million!");
 }
-
-}  // namespace
 
 FragmentLattice FragmentLattice::over(Heron::PhysicalSpace::point lower,
                                       Heron::PhysicalSpace::point upper,
@@ -43,7 +43,7 @@ FragmentLattice FragmentLattice::over(Heron::PhysicalSpace::point lower,
     lattice.counts[axis] = cut ? fragmentsAlong(length, wanted[axis]) : 1;
     lattice.length[axis] = cut ? wanted[axis] : length;
   }
-  requireUsable(lattice.counts);
+  lattice.requireUsable();
   for (std::size_t axis = 0; axis < 3; ++axis)
     lattice.upper[axis] =
         lower[axis] + static_cast<double>(lattice.counts[axis]) * lattice.length[axis];

@@ -17,6 +17,8 @@ struct FragmentLattice {
   Heron::PhysicalSpace::vector length{};
   Quilt::MultiIndex<3> counts;
 
+  /// \throw RunEnd for no or too many fragments.
+  void requireUsable() const;
   std::uint32_t fragments() const { return static_cast<std::uint32_t>(counts.product()); }
 
   /// The lattice over the box from `lower` to `upper`. The upper corner moves out until whole

@@ -1,5 +1,7 @@
 #include "recast/refragment/refragment_storage.h"
 
+#include <filesystem>
+
 #include "recast/sheaf/storage/link_names.h"
 
 namespace Recast {
@@ -41,6 +43,16 @@ Quilt::StorageHandle storageFor(const ParaBox& box) {
   storage->compressionMode = box.Compression;
   storage->workers = static_cast<unsigned>(box.Threads);
   return storage;
+}
+
+std::string externalFileFor(const ParaBox& box, const std::string& fieldName) {
+  const std::filesystem::path file =
+      MyStorage(box.ExtLink)
+          .getExternalLocation(0.0, "", Quilt::SkeletonID(0, 0), "", fieldName)
+          .first;
+  // A relative one counts from the folder of the output file.
+  return file.empty() ? std::string()
+                      : (std::filesystem::path(box.OutFile).parent_path() / file).string();
 }
 
 }  // namespace Recast

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <thread>
 
+#include "recast/recastbase/run_report.h"
 #include "recast/refragment/run_end.h"
 #include "recast/refragment/source_cloud.h"
 
@@ -46,23 +47,37 @@ std::vector<std::string> RefragmentationPlan::description() const {
   return lines;
 }
 
+namespace {
+
+RefragmentationPlan planFor(const RefragmentationParameters& parameters) {
+  RefragmentationPlan plan;
+  plan.parameters = parameters;
+  plan.source = loadSource(parameters.files);
+  plan.gridName = chooseGrid(*plan.source, parameters.gridName);
+  Heron::PhysicalSpace::AABB box =
+      widened(boxOfPositions(plan.source, plan.gridName, parameters.time), parameters.lowerMargin);
+  applyGivenBox(parameters, box);
+  plan.fieldNames.insert(parameters.fieldNames.begin(), parameters.fieldNames.end());
+  plan.threads = workersFor(parameters.threads);
+  plan.lattice = FragmentLattice::over(box.minimum, box.maximum, parameters.fragLength);
+  return plan;
+}
+
+}  // namespace
+
 std::string planRefragmentation(const RefragmentationParameters& parameters,
                                 RefragmentationPlan& plan) {
+  const RunReportScope report;
+  RefragmentationPlan made;
+  std::string failure;
   try {
-    plan.parameters = parameters;
-    plan.source = loadSource(parameters.files);
-    plan.gridName = chooseGrid(*plan.source, parameters.gridName);
-    Heron::PhysicalSpace::AABB box = widened(
-        boxOfPositions(plan.source, plan.gridName, parameters.time), parameters.lowerMargin);
-    applyGivenBox(parameters, box);
-    plan.fieldNames.clear();
-    plan.fieldNames.insert(parameters.fieldNames.begin(), parameters.fieldNames.end());
-    plan.threads = workersFor(parameters.threads);
-    plan.lattice = FragmentLattice::over(box.minimum, box.maximum, parameters.fragLength);
-    return {};
+    made = planFor(parameters);
   } catch (const RunEnd& end) {
-    return end.what();
+    failure = end.what();
+    reportFailure(end.reason());
   }
+  plan = std::move(made);
+  return failure;
 }
 
 }  // namespace Recast

@@ -49,12 +49,18 @@ struct RECAST_API RefragmentationPlan {
 };
 
 /// Loads the input and fixes the lattice.
-/// \return empty on success, else what is wrong, as `spatialRefragmentation` tells it.
+/// \param plan is made anew; on failure it is empty, and a run refuses it.
+/// \return empty on success, else what is wrong, as `spatialRefragmentation` reports it.
 RECAST_API std::string planRefragmentation(const RefragmentationParameters& parameters,
                                            RefragmentationPlan& plan);
 
-/// Carries a plan out.
+/// Carries a plan out; the output file is in place when it ends with success.
+///
+/// A run that fails leaves the output file, and external ones, as they were if it has stored no
+/// fragment, or if one of them is an input. Otherwise they are completed with what was stored.
+/// \param plan made by `planRefragmentation`; one that was not, or that was refused, fails.
 /// \param progress may be null. \return empty on success, else what ended the run.
+/// \throw std::bad_alloc, and what the progress throws
 RECAST_API std::string runRefragmentation(
     const RefragmentationPlan& plan, const Larder::StrongPtr<Larder::LoaderProgress>& progress);
 

@@ -3,6 +3,8 @@
 #include <numeric>
 
 #include "recast/larder/console.h"
+#include "recast/recastbase/run_output.h"
+#include "recast/recastbase/run_report.h"
 #include "recast/refragment/para_box.h"
 #include "recast/refragment/point_assignment.h"
 #include "recast/refragment/refragment_storage.h"
@@ -35,8 +37,11 @@ class Stopwatch {
 
 Quilt::BundlePtr openOutput(const ParaBox& box) {
   Quilt::BundlePtr output(new Quilt::Bundle);
-  output->bindToNew(box.OutFile, storageFor(box));
-  if (!output) throw RunEnd("no bundle");
+  const Quilt::BindResult bound = output->bindToNew(box.OutFile, storageFor(box));
+  if (!output) {
+    Larder::Console() << bound.text;
+    throw RunEnd("no bundle", bound.text);
+  }
   output->setAttribute("Refragmentation: ", Larder::singleValue(box.Summary));
   output->setAttribute("Version:", Larder::singleValue(std::string("0.99")));
   return output;
@@ -127,37 +132,104 @@ double stepsOf(const ParaBox& box, const Quilt::Representation& source) {
   return std::min(kMostSteps, static_cast<double>(perPass * box.LoopsOverFrags - 1));
 }
 
-void refragment(ParaBox& box, const Quilt::BundlePtr& source, const GridHandle& grid,
+/// The points that a run works on.
+struct SourceCloud {
+  GridHandle grid;
+  FieldHandle positions;
+  RepresentationHandle representation;
+};
+
+/// \throw RunEnd if the positions are computed, as those of a uniform grid are, and not a list.
+void requireList(const Quilt::Field& positions) {
+  for (const auto& fragment : positions.getFragmentIDs()) {
+    const auto creator = positions.getCreator(fragment);
+    if (!creator || creator->size().rank() == 1) continue;
+    const SourceElements::Description description{
+        Quilt::Representation::kPositions, fragment->name(), &typeid(Heron::PhysicalSpace::point)};
+    static_cast<void>(SourceElements(creator, description).size());
+    return;  // a grid's fragments are of one kind
+  }
+}
+
+/// The chosen grid's points. Whatever is wrong with them and can be found without reading them all
+/// ends the run here, before there is an output. \throw RunEnd
+SourceCloud findCloud(const ParaBox& box, const RefragmentationPlan& plan) {
+  if (!plan.source) throw RunEnd("no bundle", "the plan has no source");
+  plan.lattice.requireUsable();
+  const auto ids = plan.source->getGridIdentifiers();
+  const auto id = std::find_if(ids.begin(), ids.end(),
+                               [&](const auto& known) { return known->equal(plan.gridName); });
+  if (id == ids.end()) throw RunEnd("Grid" + plan.gridName + " does not exist");
+  SourceCloud cloud;
+  cloud.grid = gridAt(*plan.source, box.Time, *id);
+  cloud.positions = cloud.grid ? cloud.grid->CartesianPositions() : nullptr;
+  if (!cloud.positions) throw RunEnd("No positions");
+  if (cloud.positions->getFragmentIDs().empty()) throw RunEnd("no fragment data");
+  cloud.representation = cloud.grid->getCartesianRepresentation("");
+  if (!cloud.representation) throw RunEnd("no representation");
+  requireList(*cloud.positions);
+  return cloud;
+}
+
+void refragment(ParaBox& box, const Quilt::BundlePtr& source, const SourceCloud& cloud,
                 Quilt::BundlePtr& output, const std::string& gridName) {
-  const FieldHandle positions = grid ? grid->CartesianPositions() : nullptr;
-  if (!positions) throw RunEnd("No positions");
-  box.SourceFragments = positions->getFragmentIDs();
+  box.SourceFragments = cloud.positions->getFragmentIDs();
   box.SourcePoints.assign(box.SourceFragments.size(), 0);
-  if (box.SourceFragments.empty()) throw RunEnd("no fragment data");
-  const RepresentationHandle representation = grid->getCartesianRepresentation("");
-  if (!representation) throw RunEnd("no representation");
-  box.Steps = stepsOf(box, *representation);
-  const auto rankOfSource = ranks(box, *representation);
-  while (box.Pass < box.LoopsOverFrags) runPass(box, source, grid, output, gridName, rankOfSource);
+  box.Steps = stepsOf(box, *cloud.representation);
+  const auto rankOfSource = ranks(box, *cloud.representation);
+  while (box.Pass < box.LoopsOverFrags)
+    runPass(box, source, cloud.grid, output, gridName, rankOfSource);
   Larder::Console() << "\n\nHave points refragmented: "
                     << static_cast<double>(box.PointsTotal) * 1e-06 << " [Mio].";
+}
+
+/// The output file or, if that is none of the inputs and an external file is, that one.
+std::string fileAtRisk(const ParaBox& box, const SourceCloud& cloud,
+                       const std::vector<std::string>& inputs) {
+  std::string file = box.OutFile;
+  cloud.representation->iterate([&](const Quilt::FieldID& id, const Quilt::Field&) {
+    const std::string external =
+        box.isWanted(id.name()) ? externalFileFor(box, id.name()) : std::string();
+    const bool isInput = std::any_of(inputs.begin(), inputs.end(), [&](const std::string& input) {
+      return isSameFile(input, external);
+    });
+    if (isInput) file = external;
+    return !isInput;
+  });
+  return file;
+}
+
+std::vector<std::string> inputsOf(const RefragmentationPlan& plan) {
+  const auto& files = plan.parameters.files;
+  return files ? std::vector<std::string>(files->begin(), files->end())
+               : std::vector<std::string>();
+}
+
+void carryOut(const RefragmentationPlan& plan,
+              const Larder::StrongPtr<Larder::LoaderProgress>& progress) {
+  ParaBox box(plan, progress);
+  const SourceCloud cloud = findCloud(box, plan);
+  const std::vector<std::string> inputs = inputsOf(plan);
+  const std::string atRisk = fileAtRisk(box, cloud, inputs);
+  Quilt::BundlePtr output = openOutput(box);
+  RunOutput outcome(output, atRisk, inputs);
+  refragment(box, plan.source, cloud, output, plan.gridName);
+  outcome.complete();
 }
 
 }  // namespace
 
 std::string runRefragmentation(const RefragmentationPlan& plan,
                                const Larder::StrongPtr<Larder::LoaderProgress>& progress) {
+  const RunReportScope report;
   try {
-    ParaBox box(plan, progress);
-    Quilt::BundlePtr output = openOutput(box);
-    for (const auto& id : plan.source->getGridIdentifiers())
-      if (id->equal(plan.gridName))
-        refragment(box, plan.source, gridAt(*plan.source, box.Time, id), output, plan.gridName);
-    output->complete();
+    carryOut(plan, progress);
     return {};
   } catch (const RunEnd& end) {
+    reportFailure(end.reason());
     return end.what();
   } catch (const Quilt::StorageError& error) {
+    reportFailure(error.what());
     return error.what();
   }
 }

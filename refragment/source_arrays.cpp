@@ -31,12 +31,13 @@ SourceArrays::Use::Use(SourceArrays& arrays, const IndexLists::Segment& segment,
                        std::vector<std::byte>& room)
     : arrays_(arrays),
       source_(segment.source),
-      handle_(arrays.elements_.get(arrays.sources_[source_].place)) {
-  const std::uint64_t points = arrays_.box_.SourcePoints[source_];
-  handle_->requireSize(points);
-  const std::uint64_t count =
-      std::min<std::uint64_t>(IndexLists::kSegmentPoints, points - segment.firstPoint);
-  elements_ = handle_->piece(segment.firstPoint, count, room);
+      handle_(arrays.elements_.get(arrays.sources_[source_].place)),
+      points_(arrays.box_.SourcePoints[source_]) {
+  const std::uint64_t end =
+      std::min({points_, handle_->size(), segment.firstPoint + IndexLists::kSegmentPoints});
+  if (end <= segment.firstPoint) return;
+  count_ = end - segment.firstPoint;
+  elements_ = handle_->piece(segment.firstPoint, count_, room);
 }
 
 SourceArrays::Use::~Use() {

@@ -40,7 +40,7 @@ Quilt::BundlePtr loadSource(const Larder::StrongPtr<Larder::StringList>& files) 
   for (const std::string& file : *files) {
     bool ok = false;
     const auto loaded = Quilt::Bundle::load(ok, parametersFor(file), bundle);
-    if (!ok) throw RunEnd("Refragment--> no bundle");
+    if (!ok) throw RunEnd("Refragment--> no bundle", file + ": it can't be loaded");
     if (!(loaded == bundle)) bundle = Quilt::BundlePtr(loaded);
   }
   return bundle;

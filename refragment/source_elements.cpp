@@ -81,10 +81,9 @@ std::uint64_t SourceElements::size() const {
   return pieces_ ? inPieces_ : whole_.get().bytes.size() / elementSize_;
 }
 
-void SourceElements::requireSize(std::uint64_t points) const {
-  if (size() != points)
-    refuse(description_, "there are " + std::to_string(size()) + " values for " +
-                             std::to_string(points) + " points");
+void SourceElements::tooFewFor(std::uint64_t points) const {
+  refuse(description_, "there are " + std::to_string(size()) + " values for " +
+                           std::to_string(points) + " points");
 }
 
 const std::byte* SourceElements::piece(std::uint64_t first, std::uint64_t count,

@@ -26,13 +26,13 @@ class SourceElements {
     const std::type_info* element = nullptr;
   };
 
-  /// Begins to read. \param creator may be null, for data that there is not.
+  /// Begins to read. \param creator may be null, for data that doesn't exist.
   SourceElements(const Quilt::CreatorHandle& creator, const Description& description);
 
   /// The number of elements. \throw RunEnd if they can't be read or are of another type.
   std::uint64_t size() const;
-  /// \throw RunEnd also if there are not as many elements as points.
-  void requireSize(std::uint64_t points) const;
+  /// Ends the run: a point has no element. \throw RunEnd
+  [[noreturn]] void tooFewFor(std::uint64_t points) const;
   /// Elements in the order of memory. \pre there are `first` + `count` of them
   /// \param room is filled with them unless they are in memory.
   /// \throw RunEnd if they can't be read.

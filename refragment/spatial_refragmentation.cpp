@@ -1,5 +1,6 @@
 #include "recast/refragment/spatial_refragmentation.h"
 
+#include "recast/recastbase/run_report.h"
 #include "recast/refragment/refragmentation_plan.h"
 
 namespace Recast {
@@ -14,6 +15,7 @@ std::string spatialRefragmentation(const Larder::StrongPtr<Larder::StringList>& 
                                    const int& compression, const std::string& extLink,
                                    const unsigned int& loopsOverFrags, const unsigned int& fragLow,
                                    const Larder::StrongPtr<Larder::LoaderProgress>& progress) {
+  const RunReportScope report;
   RefragmentationPlan plan;
   const std::string failure = planRefragmentation(
       {files, fieldNames, gridName, time, threads, lowerMargin, bbox, useBBoxMin, useBBoxMax,

@@ -15,8 +15,15 @@ namespace Recast {
 /// "RegularFragment[xxyxz]" of its place.
 ///
 /// The input is read fragment by fragment and never held as a whole; what is held at one time are
-/// the target fragments of one pass, of one field. A failed run leaves in the output file what was
-/// handed over before; an input that can't be used leaves the file as it was.
+/// the target fragments of one pass, of one field.
+///
+/// The output is in place when the run ends with success. An input that can't be used leaves the
+/// output file as it was, and so does each failure before the first fragment is stored. A run that
+/// fails later completes the file with what was stored, unless the output file, or one of the
+/// external ones, is an input: then all files stay as they were.
+///
+/// A field may have more values than there are points, of which the surplus is left out; fewer end
+/// the run only if a point inside the lattice has none. More is said in docs/hosting.md.
 ///
 /// To see the plan before anything is written, see `planRefragmentation`.
 ///

@@ -75,14 +75,13 @@ struct Stages {
   Plane<unsigned char> types = *Plane<unsigned char>::ofFirstLayer(f.cellTypes);
   CellRange cells = ownCells(f.sliceValues->Size(), {}, {});
   TileIndex index{values, types, cells};
-  EdgeCrossings crossings{values, values, false};
-  PieceFilter filter{values, types, false, false};
-  TileScan scan{values, crossings, filter, cells};
+  EdgeCrossings crossings{values, values, types, false, false};
+  TileScan scan{values, crossings, cells};
 
   /// \return the number of cells in the tiles that were read
   std::int64_t scanLevel(float level, EdgeNet& net) const {
     std::int64_t read = 0;
-    net.reset(level, cells.width());
+    net.reset(level, cells.width(), false);
     for (Index row = 0; row < index.rows(); ++row)
       for (Index column = 0; column < index.columns(); ++column)
         if (index.tile(column, row).touches(level)) {

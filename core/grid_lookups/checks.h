@@ -5,7 +5,7 @@
 #include "recast/trellis/grid.h"
 #include "recast/typed_arrays/mem_array.h"
 
-/// Look-ups that tell on the console when something is missing, for converters that walk a grid.
+/// Look-ups that report on the console what is missing, for converters that walk a grid.
 /// They throw nothing; what to do about it is the caller's.
 namespace Recast {
 

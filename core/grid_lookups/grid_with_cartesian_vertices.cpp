@@ -8,12 +8,14 @@ bool GridWithCartesianVertices::assign(const Larder::StrongPtr<Grid>& grid) {
   positions_.reset();
   if (!grid) return false;
   setGrid(grid);
-  vertices_ = grid->findVertices(-1);
-  if (!vertices_) return false;
-  cartesian_ = grid->getCartesianRepresentation(vertices_, "");
-  if (!cartesian_) return false;
-  positions_ = grid->CartesianPositions();
-  return static_cast<bool>(positions_);
+  const auto vertices = grid->findVertices(-1);
+  const auto cartesian = vertices ? grid->getCartesianRepresentation(vertices, "") : nullptr;
+  const auto positions = cartesian ? grid->CartesianPositions() : nullptr;
+  if (!positions) return false;
+  vertices_ = vertices;
+  cartesian_ = cartesian;
+  positions_ = positions;
+  return true;
 }
 
 GridWithCartesianVertices GridWithCartesianVertices::create(

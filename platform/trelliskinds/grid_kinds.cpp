@@ -42,17 +42,45 @@ LineSet::LineSet(const Larder::StrongPtr<Grid>& grid, const MemBaseHandle& verti
                                                              Larder::Cache::MemCache(), "");
 }
 
-bool isFragmentedUniformCartesianGrid::checkGrid(const Grid& grid) const {
-  const auto positions = grid.CartesianPositions();
-  if (!positions) return false;
+namespace {
+
+constexpr std::size_t kRegularRank = 3;
+
+/// Whether all fragments that have data are uniform, and there are some. Data that can't be read
+/// proves nothing else.
+bool hasUniformFragments(const Field& positions) {
   bool any = false;
-  for (const auto& fragment : positions->getFragmentIDs()) {
-    const auto creator = positions->getCreator(fragment);
+  for (const auto& fragment : positions.getFragmentIDs()) {
+    const auto creator = positions.getCreator(fragment);
     if (!creator) continue;
-    if (!creator->get().castTo<UniformCartesianArray>()) return false;
+    if (creator->size().rank() != kRegularRank) return false;
+    const auto array = creator->get();
+    if (array && !array.castTo<UniformCartesianArray>()) return false;
     any = true;
   }
   return any;
+}
+
+bool hasRegularFragments(const Field& field) {
+  for (const auto& fragment : field.getFragmentIDs())
+    if (const auto creator = field.getCreator(fragment))
+      return creator->size().rank() == kRegularRank;
+  return false;
+}
+
+}  // namespace
+
+bool isFragmentedUniformCartesianGrid::checkGrid(const Grid& grid) const {
+  if (const auto positions = grid.CartesianPositions()) return hasUniformFragments(*positions);
+  const auto vertices = grid.findVertices(3);
+  if (!vertices) return false;
+  bool regular = false;
+  for (const auto& representation : vertices->representations())
+    representation->iterate([&regular](const FieldID&, const Field& field) {
+      regular = regular || hasRegularFragments(field);
+      return !regular;
+    });
+  return regular;
 }
 
 }  // namespace Quilt

@@ -49,10 +49,13 @@ class RECAST_API LineSet : public TypedGrid {
           const MemBaseHandle& lines, const MemBaseHandle& tangents);
 };
 
-/// Tells grids whose positions are cut into fragments, each of them uniform and Cartesian.
+/// Recognises fragmented uniform Cartesian grids by their kind: the positions are cut into
+/// fragments, each of them uniform; where a grid has no positions in the Cartesian chart without a
+/// name, its vertices have fields cut into fragments that are indexed along three axes. Whether the
+/// grid is complete is for its user to find out.
 class RECAST_API isFragmentedUniformCartesianGrid {
  public:
-  /// Looks at the kind of each fragment's positions; a computed array costs no reading of data.
+  /// Reads no data but that of positions of rank 3; a computed array costs no reading.
   bool checkGrid(const Grid& grid) const;
 };
 

@@ -43,6 +43,28 @@ TEST(RegularlyFragmentedField, CountsThatCannotBeNumberedAreRefused) {
   EXPECT_TRUE(none->getFragmentIDs().empty());
 }
 
+TEST(GridWithCartesianVertices, IsEmptyUntilAGridHasAll) {
+  const Quilt::BundlePtr bundle(new Quilt::Bundle);
+  const auto grid = newGrid(bundle);
+  Quilt::GridWithCartesianVertices view;
+  const auto expectEmpty = [&view](const Larder::StrongPtr<Quilt::Grid>& of) {
+    EXPECT_FALSE(view.assign(of));
+    EXPECT_FALSE(view.vertices() || view.cartesian() || view.positions());
+  };
+  expectEmpty(nullptr);
+  expectEmpty(grid);
+  grid->makeVertices(3);
+  expectEmpty(grid);
+  const auto representation = grid->makeCartesianRepresentation(3, "", 0);
+  expectEmpty(grid);
+  (*representation)["Positions"].field()->setPersistentData(onePoint(), nullptr,
+                                                            Larder::Cache::MemCache(), "");
+  EXPECT_TRUE(view.assign(grid));
+  EXPECT_TRUE(view.vertices() && view.cartesian() == representation && view.positions());
+  expectEmpty(nullptr);
+  EXPECT_EQ(view.grid(), grid);
+}
+
 TEST(RegularlyFragmentedGrid, IsCreatedOnceAndNoOtherTakesItsPlace) {
   const Quilt::BundlePtr bundle(new Quilt::Bundle);
   const auto grid = newGrid(bundle);

@@ -1,8 +1,11 @@
 #include <limits>
+#include <numeric>
 
 #include "clouds.h"
+#include "support/program_run.h"
 #include <gtest/gtest.h>
 
+#include "recast/recastbase/run_report.h"
 #include "recast/trelliskinds/uniform_array.h"
 
 using namespace RefragmentTest;
@@ -77,15 +80,6 @@ TEST_F(RefragmentationErrors, GridsWithoutPoints) {
       .field("Positions")
       ->setPersistentData(arrayOf<Point>({{1, 2, 3}}), nullptr, Larder::Cache::MemCache(), "");
   EXPECT_EQ(refragment(parameters()), "no fragment data");
-  {
-    const CloudFile file(in());
-    const auto positions = file.field("Positions");
-    positions->setPersistentData(
-        Quilt::UniformCartesianArray::overBox({0, 0, 0}, {2, 2, 2}, {1, 1, 1}),
-        positions->makeFragmentID("a"), Larder::Cache::MemCache(), "");
-  }
-  EXPECT_NE(refragment(parameters()).find("is no list of values of the field's type"),
-            std::string::npos);
 }
 
 TEST_F(RefragmentationErrors, BoxesThatAreNone) {
@@ -125,6 +119,8 @@ TEST_F(RefragmentationErrors, OutputsThatCannotBeWritten) {
   for (const std::string& name : {std::string(), folder_ / "missing" + "/out.q8", folder_ / ""}) {
     wanted.outFile = name;
     EXPECT_EQ(refragment(wanted), "no bundle") << name;
+    EXPECT_TRUE(console_.contains(Recast::lastRunReport().failure)) << "the reason";
+    EXPECT_NE(Recast::lastRunReport().failure, "no bundle");
   }
   wanted = parameters();
   wanted.extLink = folder_.write("a file", "") + "/fields";
@@ -136,19 +132,108 @@ TEST_F(RefragmentationErrors, OutputsThatCannotBeWritten) {
   EXPECT_NE(refragment(wanted).find(wanted.extLink), std::string::npos);
 }
 
-TEST_F(RefragmentationErrors, FieldsThatDoNotFitTheirPoints) {
-  for (const std::size_t count : {2U, 4U})
+TEST_F(RefragmentationErrors, ValuesAreMissedOnlyWhereAPointWantsThem) {
+  const struct {
+    std::size_t values;
+    double upper;  // of the lattice, along x
+    bool enough;
+  } cases[] = {{4, 4, true}, {2, 4, false}, {2, 2, true}, {1, 2, false}, {0, 1, false}};
+  for (const auto& [values, upper, enough] : cases)
     for (const int threads : {1, 2}) {
+      SCOPED_TRACE(std::to_string(values) + " values up to " + std::to_string(upper));
+      std::vector<int> numbers(values);
+      std::iota(numbers.begin(), numbers.end(), 10);
       {
         const CloudFile file(in());
-        file.add<Point>("Positions", "a", {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}});
-        file.add("Odd", "a", std::vector<int>(count));
+        file.add<Point>("Positions", "a", {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}});
+        file.add("Odd", "a", numbers);
       }
       auto wanted = parameters();
       wanted.threads = threads;
-      EXPECT_EQ(refragment(wanted), "field \"Odd\", fragment \"a\": there are " +
-                                        std::to_string(count) + " values for 3 points");
+      fixBox(wanted, {0, 0, -1}, {upper, 1, 1});
+      const std::string result = refragment(wanted);
+      if (!enough) {
+        EXPECT_EQ(result, "field \"Odd\", fragment \"a\": there are " + std::to_string(values) +
+                              " values for 3 points");
+        continue;
+      }
+      EXPECT_EQ(result, "");
+      numbers.resize(static_cast<std::size_t>(std::min(upper, 3.0)));
+      EXPECT_EQ(valuesOf<int>(TestSupport::loadBundle(folder_ / "out.q8"), "Odd")
+                    .at("RegularFragment[0x0x0]"),
+                numbers);
     }
+}
+
+TEST_F(RefragmentationErrors, APlanThatWasNotMadeOrWasRefusedIsNotRun) {
+  EXPECT_EQ(Recast::runRefragmentation({}, nullptr), "no bundle");
+  writePoint(in());
+  Recast::RefragmentationPlan plan;
+  ASSERT_EQ(planRefragmentation(parameters(), plan), "");
+  auto wrong = parameters();
+  wrong.lowerMargin = {-9, 0, 0};
+  EXPECT_NE(planRefragmentation(wrong, plan), "");
+  EXPECT_EQ(runRefragmentation(plan, nullptr), "no bundle") << "nothing is left of the former plan";
+  ASSERT_EQ(planRefragmentation(parameters(), plan), "");
+  Recast::RefragmentationPlan changed = plan;
+  changed.lattice = {};
+  EXPECT_EQ(runRefragmentation(changed, nullptr), "Number of fragments is zero!");
+  changed = plan;
+  changed.gridName = "Other";
+  EXPECT_EQ(runRefragmentation(changed, nullptr), "GridOther does not exist");
+  expectNoOutput();
+}
+
+/// What becomes of an output file that is there already when a run fails.
+TEST_F(RefragmentationErrors, AFailedRunKeepsTheFileUnlessItHasStoredSome) {
+  const auto input = [this](const std::string& name, std::vector<int> numbers) {
+    const CloudFile file(folder_ / name);
+    file.add<Point>("Positions", name, {{0, 0, 0}, {1, 1, 1}});
+    file.add("Number", name, std::move(numbers));
+    return folder_ / name;
+  };
+  const auto ofUniformGrid = [this] {
+    const CloudFile file(folder_ / "uniform");
+    const auto positions = file.field("Positions");
+    positions->setPersistentData(
+        Quilt::UniformCartesianArray::overBox({0, 0, 0}, {2, 2, 2}, {1, 1, 1}),
+        positions->makeFragmentID("a"), Larder::Cache::MemCache(), "");
+    return folder_ / "uniform";
+  };
+  const auto tooFew = input("too few", {1});
+  std::filesystem::create_directory(folder_ / "fields");
+  const auto external = input("fields/Number.q8", {1});
+  const struct {
+    const char* what;
+    const char* failure;
+    std::vector<std::string> files;
+    std::string output;
+    std::string extLink;
+    bool replaced;
+  } cases[] = {
+      {"nothing stored", "is no list", {ofUniformGrid()}, "out.q8", "", false},
+      {"positions stored", "1 values for 2 points", {tooFew}, "out.q8", "", true},
+      {"the output is the input", "1 values for 2 points", {tooFew}, "too few", "", false},
+      {"an external file is the input", "1 values for", {external}, "out.q8", "fields", false},
+  };
+  for (const auto& [what, failure, files, output, extLink, replaced] : cases) {
+    SCOPED_TRACE(what);
+    input("out.q8", {7, 8});
+    const auto before = TestSupport::textOf(folder_ / output);
+    const auto inputBefore = TestSupport::textOf(files[0]);
+    const auto filesBefore = folder_.files();
+    auto wanted = parametersFor(files, folder_ / output);
+    wanted.extLink = extLink;
+    const std::string result = refragment(wanted);
+    EXPECT_NE(result.find(failure), std::string::npos) << result;
+    EXPECT_EQ(Recast::lastRunReport().failure, result);
+    EXPECT_EQ(TestSupport::textOf(folder_ / output) == before, !replaced);
+    EXPECT_TRUE(TestSupport::textOf(files[0]) == inputBefore);
+    EXPECT_EQ(folder_.files(), filesBefore);
+    if (!replaced) continue;
+    const auto left = TestSupport::loadBundle(folder_ / output);
+    EXPECT_EQ(valuesOf<Point>(left, "Positions").at("RegularFragment[0x0x0]").size(), 2u);
+  }
 }
 
 TEST_F(RefragmentationErrors, WhatTheHostThrowsArrives) {
