@@ -17,7 +17,7 @@ RECAST_API bool isSameFile(const std::string& a, const std::string& b);
 /// - A run that fails, by status or exception, leaves the target as it was if it has stored no
 ///   fragment, or if the target is one of its inputs. Otherwise the file is completed with the
 ///   fragments stored so far.
-class RunOutput {
+class RECAST_API RunOutput {
  public:
   /// \pre the bundle is bound to `target`. \param inputs the files that the run reads.
   RunOutput(const Quilt::BundlePtr& bundle, const std::string& target,
