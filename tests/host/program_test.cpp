@@ -58,6 +58,12 @@ class Samples : public TempFolder {
   ProgramRun run(const Words& words) const {
     return ProgramRun(*this, Words{RECAST_PROGRAM} + words);
   }
+  /// What a run prints.
+  std::string outputOf(const Words& words) const {
+    auto ended = run(words);
+    EXPECT_EQ(ended.exitCode(), 0) << testing::PrintToString(words) << ended.errors();
+    return ended.output();
+  }
   /// Runs a line of the shell, in which $0 is the program.
   ProgramRun shell(const std::string& line) const {
     return ProgramRun(*this, {"/bin/sh", "-c", line, RECAST_PROGRAM});
@@ -177,7 +183,7 @@ std::string resultOf(const Samples& folder, const Words& words) {
   auto run = folder.run(words);
   EXPECT_EQ(run.exitCode(), 0) << testing::PrintToString(words) << run.errors();
   if (!std::filesystem::exists(folder / "out")) return run.output();
-  return folder.run({"info", "--json", "out"}).output();
+  return folder.outputOf({"info", "--json", "out"});
 }
 
 TEST(Program, EveryOptionMayStandBeforeTheFiles) {
@@ -195,7 +201,7 @@ TEST(Program, EveryOptionMayStandBeforeTheFiles) {
                          Words{row.name} + command.base + first + Words{"-o", "out"} + row.inputs))
           << row.name << " " << option[0];
     }
-    const std::string help = folder.run({row.name, "--help"}).output();
+    const std::string help = folder.outputOf({row.name, "--help"});
     const std::regex optionName("\n  [^\n ]*(--[a-z-]+)");
     for (std::sregex_iterator at(help.begin(), help.end(), optionName), end; at != end; ++at)
       EXPECT_TRUE(tested.contains((*at)[1])) << row.name << " " << (*at)[1];
@@ -278,7 +284,7 @@ TEST(Program, QuietPrintsFailuresAlone) {
   auto bad = folder.run({"-q", "info", "scan.txt"});
   EXPECT_EQ(bad.exitCode(), kBadInput);
   EXPECT_THAT(bad.errors(), HasSubstr("scan.txt"));
-  EXPECT_THAT(folder.run({"--version"}).output(), testing::MatchesRegex("recast [0-9.]+\n"));
+  EXPECT_THAT(folder.outputOf({"--version"}), testing::MatchesRegex("recast [0-9.]+\n"));
 }
 
 TEST(Program, ShowsNamesFromFilesEscaped) {
@@ -294,11 +300,19 @@ TEST(Program, ShowsNamesFromFilesEscaped) {
   auto text = folder.run({"info", "names.q8"});
   EXPECT_EQ(text.exitCode(), 0) << text.errors();
   EXPECT_THAT(text.output(), AllOf(HasSubstr("grid " + shown), HasSubstr(" = " + shown)));
-  const auto json = nlohmann::json::parse(folder.run({"info", "--json", "names.q8"}).output());
+  const auto json = nlohmann::json::parse(folder.outputOf({"info", "--json", "names.q8"}));
   EXPECT_EQ(json["slices"][0]["grids"][0]["name"],
             "a\x1b[31m\x07\n\xC2\x9B\xEF\xBF\xBD\xE2\x80\xAE\"\\ \xC3\xB6");
-  for (const auto& printed : {text.output(), folder.run({"info", "no\x1b[31m\n\x9B"}).errors()})
+  auto missing = folder.run({"info", "no\x1b[31m\n\x9B"});
+  EXPECT_EQ(missing.exitCode(), kNoInput);
+  for (const auto& printed : {text.output(), missing.errors()})
     EXPECT_THAT(printed, AllOf(Not(HasSubstr("\x1b")), Not(HasSubstr("\x9B"))));
+}
+
+std::string outputOfShell(const Samples& folder, const std::string& line) {
+  auto run = folder.shell(line);
+  EXPECT_EQ(run.exitCode(), 0) << line << run.errors();
+  return run.output();
 }
 
 TEST(Program, TextOutputsTakeTheirPlaceInOneStep) {
@@ -319,13 +333,12 @@ TEST(Program, TextOutputsTakeTheirPlaceInOneStep) {
   ASSERT_EQ(stat((folder / "deep/real.obj").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0640U);
   // What is no file is written to; a redirected standard output too, even at its end.
-  EXPECT_EQ(folder
-                .shell("mkfifo pipe; cat pipe > read & \"$0\" export-obj blocks.q8 pipe; wait; "
-                       "test -p pipe && cat read")
-                .output(),
+  EXPECT_EQ(outputOfShell(folder,
+                          "mkfifo pipe; cat pipe > read & \"$0\" export-obj blocks.q8 pipe; wait; "
+                          "test -p pipe && cat read"),
             expected);
   EXPECT_EQ(
-      folder.shell("echo first > r; \"$0\" export-obj blocks.q8 /dev/stdout >> r; cat r").output(),
+      outputOfShell(folder, "echo first > r; \"$0\" export-obj blocks.q8 /dev/stdout >> r; cat r"),
       "first\n" + expected);
   // What can't be written stays as it is.
   folder.write("old.obj", "old");
@@ -337,7 +350,9 @@ TEST(Program, TextOutputsTakeTheirPlaceInOneStep) {
       {"\"$0\" export-obj blocks.q8 dangling.obj", "dangling.obj: No such file"},
       {"\"$0\" export-obj blocks.q8 none/o.obj", "none/o.obj: No such file"},
       {"\"$0\" export-obj blocks.q8 deep", "deep: Is a directory"},
-      {"ulimit -f 0; \"$0\" export-obj blocks.q8 old.obj", "old.obj: File too large"},
+      {"{ (ulimit -f 0; exec \"$0\" export-obj blocks.q8 old.obj) 2>&1; echo $? > code; } | "
+       "cat >&2; exit $(cat code)",
+       "old.obj: File too large"},
       {"flock old.obj.partial \"$0\" export-obj blocks.q8 old.obj", "another run is writing it"},
   };
   for (const auto& [line, reason] : cases) {
@@ -357,7 +372,7 @@ TEST(Program, VerifyNamesEachFragmentThatCantBeRead) {
   folder.write("long.txt", lines);
   folder.make({"columns", "-c", "point:Positions:0,1,2", "--compression", "5", "-o", "long.q8",
                "long.txt"});
-  EXPECT_EQ(folder.run({"verify", "long.q8", "scan.q8"}).output(),
+  EXPECT_EQ(folder.outputOf({"verify", "long.q8", "scan.q8"}),
             "3 fragments in 2 files can be read\n");
   // The compressed positions fill most of the file.
   std::string bytes = textOf(folder / "long.q8");
@@ -379,14 +394,14 @@ TEST(Program, FilesOfOneNameBecomeTwoFragments) {
   folder.make({"import-cityjson", "--lod", "2", "-o", "all.q8", "x/house.json", "house_1.json",
                "y/house.json"});
   EXPECT_THAT(
-      folder.run({"info", "all.q8"}).output(),
+      folder.outputOf({"info", "all.q8"}),
       AllOf(HasSubstr("\"house\": 4"), HasSubstr("\"house_1\": 4"), HasSubstr("\"house_2\": 4")));
 }
 
 TEST(Program, ManPageAndCompletionKnowAllCommandsAndOptions) {
   const Samples folder;
-  const std::string page = folder.run({"man-page"}).output();
-  folder.write("completion", folder.run({"bash-completion"}).output());
+  const std::string page = folder.outputOf({"man-page"});
+  folder.write("completion", folder.outputOf({"bash-completion"}));
   for (const Row& row : rows()) {
     EXPECT_THAT(
         page, HasSubstr("\n.SS " +
@@ -396,6 +411,7 @@ TEST(Program, ManPageAndCompletionKnowAllCommandsAndOptions) {
                              "echo \" ${COMPREPLY[*]} \"; COMP_WORDS=(recast $0); COMP_CWORD=1; "
                              "_recast; echo \" ${COMPREPLY[*]} \"",
                              row.name});
+    EXPECT_EQ(bash.exitCode(), 0);
     const std::string completed = bash.output();
     EXPECT_THAT(completed, HasSubstr(std::string(" ") + row.name + " ")) << bash.errors();
     for (const Words& option : row.options) {
