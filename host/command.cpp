@@ -50,4 +50,20 @@ Option outputFile(std::string& target) {
           .required = true};
 }
 
+Option inputArgument(std::string name, std::string& target, std::string text) {
+  return {.names = std::move(name),
+          .target = &target,
+          .text = std::move(text),
+          .role = Role::Input,
+          .required = true};
+}
+
+Option outputArgument(std::string& target, std::string text) {
+  return {.names = "output",
+          .target = &target,
+          .text = std::move(text),
+          .role = Role::Output,
+          .required = true};
+}
+
 }  // namespace RecastHost

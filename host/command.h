@@ -70,5 +70,8 @@ struct Command {
 /// The options of most commands.
 Option inputFiles(std::vector<std::string>& target, std::string text);
 Option outputFile(std::string& target);
+/// The one file that a command reads, and the one that it writes, as arguments.
+Option inputArgument(std::string name, std::string& target, std::string text);
+Option outputArgument(std::string& target, std::string text);
 
 }  // namespace RecastHost

@@ -104,16 +104,8 @@ Command exportGeojsonCommand() {
   const auto options = std::make_shared<Options>();
   return {.name = "export-geojson",
           .text = "Contour lines become a GeoJSON file",
-          .options = {{.names = "input",
-                       .target = &options->input,
-                       .text = "The .q8 file with contour lines",
-                       .role = Role::Input,
-                       .required = true},
-                      {.names = "output",
-                       .target = &options->output,
-                       .text = "The GeoJSON file to write",
-                       .role = Role::Output,
-                       .required = true}},
+          .options = {inputArgument("input", options->input, "The .q8 file with contour lines"),
+                      outputArgument(options->output, "The GeoJSON file to write")},
           .run = [options] { run(*options); }};
 }
 

@@ -100,16 +100,8 @@ Command exportObjCommand() {
   const auto options = std::make_shared<Options>();
   return {.name = "export-obj",
           .text = "Writes a triangulated surface as Wavefront OBJ",
-          .options = {{.names = "input",
-                       .target = &options->input,
-                       .text = "The .q8 file",
-                       .role = Role::Input,
-                       .required = true},
-                      {.names = "output",
-                       .target = &options->output,
-                       .text = "The .obj file to write",
-                       .role = Role::Output,
-                       .required = true}},
+          .options = {inputArgument("input", options->input, "The .q8 file"),
+                      outputArgument(options->output, "The .obj file to write")},
           .run = [options] { run(*options); }};
 }
 

@@ -32,11 +32,7 @@ Command infoCommand() {
   const auto options = std::make_shared<Options>();
   return {.name = "info",
           .text = "Shows what a .q8 file holds",
-          .options = {{.names = "file",
-                       .target = &options->file,
-                       .text = "The .q8 file",
-                       .role = Role::Input,
-                       .required = true},
+          .options = {inputArgument("file", options->file, "The .q8 file"),
                       {.names = "--json",
                        .target = &options->json,
                        .text = "As a JSON document, with every fragment"}},
