@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <iostream>
+#include <sstream>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "command_line.h"
@@ -54,6 +56,17 @@ std::vector<std::string> namesOf(const Option& option) {
   return names;
 }
 
+/// The value that an option has by default, between brackets as in the help.
+struct DefaultText {
+  template <class T>
+  std::string operator()(const T* target) const {
+    std::ostringstream text;
+    if constexpr (std::is_arithmetic_v<T> || std::is_same_v<T, std::string>)
+      text << " [" << *target << "]";
+    return text.str();
+  }
+};
+
 void printOption(const Option& option) {
   std::cout << ".TP\n";
   std::string head;
@@ -61,7 +74,10 @@ void printOption(const Option& option) {
     head += (head.empty() ? "\\fB" : ", \\fB") + groff(name) + "\\fR";
   if (!option.isArgument() && !option.isFlag())
     head += " \\fI" + groff(option.valueName()) + "\\fR";
-  std::cout << head << "\n" << groff(option.text) << (option.required ? " (required)" : "") << "\n";
+  std::cout << head << "\n"
+            << groff(option.text)
+            << (option.showDefault ? groff(std::visit(DefaultText(), option.target)) : "")
+            << (option.required ? " (required)" : "") << "\n";
 }
 
 void printCommand(const Command& command) {
