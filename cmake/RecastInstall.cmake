@@ -1,5 +1,5 @@
-# What `cmake --install` and CPack bring: the library, the headers that a host includes, the program, a
-# CMake package and a pkg-config file.
+# What `cmake --install` and CPack bring: the library, the headers that a host includes, the program with
+# its man page and completion, a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/recast)
@@ -9,6 +9,9 @@ if(RECAST_BUILD_PROGRAM)
   install(TARGETS recast_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   file(RELATIVE_PATH to_library /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(recast_program PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
+  install(FILES ${PROJECT_BINARY_DIR}/host/recast.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_BINARY_DIR}/host/recast.bash RENAME recast
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()
 
 # Headers of folders below a component are its own affair.

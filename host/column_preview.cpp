@@ -4,7 +4,9 @@
 #include <fstream>
 #include <iostream>
 
-#include "recast/columns/column_status.h"
+#include "outcome.h"
+#include "shown_text.h"
+
 #include "recast/text_input/tokens.h"
 
 namespace RecastHost {
@@ -15,10 +17,10 @@ constexpr std::size_t kMostTokens = 50;
 constexpr std::size_t kMostCharacters = 40;
 
 std::string shown(std::string_view token) {
-  std::string text(token.substr(0, kMostCharacters));
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-  return token.size() > kMostCharacters ? text + "..." : text;
+  if (token.size() <= kMostCharacters) return shownText(token, Newlines::Escaped);
+  token = token.substr(0, kMostCharacters);
+  return shownText(token.substr(0, token.size() - unfinishedTail(token)), Newlines::Escaped) +
+         "...";
 }
 
 /// \return how many tokens the line has.
@@ -35,14 +37,9 @@ std::size_t printTokens(unsigned int number, std::string_view line, char delimit
 
 }  // namespace
 
-int previewColumns(const std::string& file, char delimiter, unsigned int headerLines) {
+void previewColumns(const std::string& file, char delimiter, unsigned int headerLines) {
   std::ifstream input(file, std::ios::binary);
   std::string line;
-  if (input) input.peek();  // fails for a folder
-  if (input.bad() || !input.is_open()) {
-    std::cerr << "recast: " << file << ": the file can't be read\n";
-    return Recast::kColumnFileNotOpened;
-  }
   std::size_t mostTokens = 0;
   unsigned int number = 0;
   for (int printed = 0; printed < kLines && std::getline(input, line);) {
@@ -54,8 +51,8 @@ int previewColumns(const std::string& file, char delimiter, unsigned int headerL
     mostTokens = std::max(mostTokens, printTokens(number, line, delimiter));
     ++printed;
   }
+  if (input.bad() || !input.is_open()) throw Failure(kNoInput, file + ": the file can't be read");
   if (mostTokens == 1) std::cout << "All lines have one column: is the delimiter the right one?\n";
-  return 0;
 }
 
 }  // namespace RecastHost

@@ -4,7 +4,8 @@
 
 namespace RecastHost {
 
-/// Prints the first lines of a text file, each token with its position. \return an exit code.
-int previewColumns(const std::string& file, char delimiter, unsigned int headerLines);
+/// Prints the first lines of a text file, each token with its position. \throw Failure
+/// if reading fails
+void previewColumns(const std::string& file, char delimiter, unsigned int headerLines);
 
 }  // namespace RecastHost

@@ -1,12 +1,11 @@
-#include <filesystem>
-#include <iostream>
 #include <memory>
 
 #include "column_description.h"
 #include "column_preview.h"
 #include "commands.h"
-#include "output_watch.h"
+#include "outcome.h"
 #include "progress_line.h"
+#include "standard_output.h"
 #include "status_text.h"
 
 #include "recast/columns/column_ascii_to_point_cloud_q8.h"
@@ -14,8 +13,6 @@
 
 namespace RecastHost {
 namespace {
-
-constexpr int kNotCompleted = 100;
 
 struct Options {
   std::vector<std::string> files;
@@ -29,7 +26,7 @@ struct Options {
 };
 
 [[noreturn]] void refuse(const std::string& option, const std::string& reason) {
-  throw CLI::ValidationError(option, reason);
+  throw Failure(kUsage, option + ": " + reason);
 }
 
 std::string typeNames(const Recast::ColumnAsciiToPointCloudQ8& converter) {
@@ -51,82 +48,90 @@ void addColumn(Recast::ColumnAsciiToPointCloudQ8& converter, const std::string& 
   converter.ParseString += (converter.ParseString.empty() ? "" : " ") + text;
 }
 
-/// Reading a file that is being replaced would end badly.
-void refuseInputAsOutput(const Options& options) {
-  std::error_code ignored;
-  for (const std::string& file : options.files)
-    if (std::filesystem::equivalent(file, options.output, ignored))
-      refuse("--output", options.output + " is one of the files to read");
-}
-
-std::string failure(int status, const std::string& output, const std::string& reason) {
-  if (status == Recast::kColumnsStopped)
-    return "interrupted; " + output + " holds what was saved before";
-  if (!reason.empty()) return reason;
-  return output + ": " + columnStatusText(status);
-}
-
-int convert(Options& options) {
-  const OutputWatch watch(options.output);
+void convert(Options& options) {
   const auto progress = Larder::makeStrong<ProgressLine>();
-  const int status = options.converter.convertASCIIToQ8(
-      Larder::makeStrong<Larder::StringList>(options.files), options.output, options.compression,
-      options.epsg, progress, {});
-  if (status != Recast::kColumnsDone)
-    Larder::Console() << "recast: " << failure(status, options.output, progress->lastMessage());
-  if (status == Recast::kNotBoundOrSaved || watch.wasReplaced()) return status;
-  Larder::Console() << "recast: " << options.output << " was not completed";
-  return status != Recast::kColumnsDone ? status : kNotCompleted;
+  const auto sentence = [&](int status) {
+    return progress->lastMessage().empty() ? options.output + ": " + columnStatusText(status)
+                                           : progress->lastMessage();
+  };
+  runConversion({.sentence = sentence, .cannotWrite = Recast::kNotBoundOrSaved}, [&] {
+    const int status = options.converter.convertASCIIToQ8(
+        Larder::makeStrong<Larder::StringList>(options.files), options.output, options.compression,
+        options.epsg, progress, {});
+    if (status == Recast::kColumnsStopped)
+      throw Failure(status, "interrupted; " + options.output +
+                                " has what was saved until then, or is as it was if nothing was");
+    return status;
+  });
 }
 
-int run(Options& options) {
+void run(Options& options) {
   auto& converter = options.converter;
   if (!parseDelimiter(options.delimiter, converter.Delimiter))
     refuse("--delimiter", "must be one character, \"tab\" or \"space\"");
-  if (!options.preview.empty())
-    return previewColumns(options.preview, converter.Delimiter, converter.HeaderLines);
+  if (!options.preview.empty()) {
+    StandardOutput::setMuted(false);
+    previewColumns(options.preview, converter.Delimiter, converter.HeaderLines);
+    return;
+  }
   if (options.columns.empty()) refuse("--column", "is required; types are " + typeNames(converter));
   if (options.output.empty()) refuse("--output", "is required");
   if (options.files.empty()) refuse("files", "are required");
   for (const std::string& column : options.columns) addColumn(converter, column);
-  refuseInputAsOutput(options);
-  return convert(options);
+  convert(options);
 }
 
 }  // namespace
 
-void addColumnsCommand(CLI::App& program, Outcome& outcome) {
-  auto* command =
-      program.add_subcommand("columns", "Text files with a point a line become a point cloud");
+Command columnsCommand() {
   const auto options = std::make_shared<Options>();
   auto& converter = options->converter;
-  command->add_option("files", options->files, "Text files, read one after the other");
-  command
-      ->add_option(
-          "-c,--column", options->columns,
-          "TYPE:NAME:POS[,POS...], a field of the points and the positions in a line that it "
-          "is read from, counted from 0; types are " +
-              typeNames(converter))
-      ->allow_extra_args(false);
-  command->add_option("-o,--output", options->output, "The .q8 file to write");
-  command->add_option("--grid", converter.GridName, "Name of the grid [Points]");
-  command->add_option("--delimiter", options->delimiter,
-                      "What separates the columns: one character, \"tab\" or \"space\" [space]");
-  command->add_option("--header-lines", converter.HeaderLines,
-                      "Lines to pass over at the start of every file");
-  command->add_option("--start", converter.StartReadingAt,
-                      "The first line to read, counted from 0 over all files, without header lines "
-                      "and empty ones");
-  command->add_option("--stop", converter.StopReadingAt, "The first line not to read");
-  command->add_option("--compression", options->compression,
-                      "-1 keeps doubles as they are; 0 (fast) to 12 (small) compress, and store "
-                      "positions in single precision with a shift [-1]");
-  command->add_option("--epsg", options->epsg, "EPSG code of the coordinate system");
-  command->add_flag("--stripes", converter.DoStripeList,
-                    "Note for every point which file it is from, as the field StripeInfoID");
-  command->add_option("--preview", options->preview,
-                      "Only show the first lines of this file, each column with its position");
-  command->callback([options, &outcome] { outcome.code = run(*options); });
+  return {
+      .name = "columns",
+      .text = "Text files with a point a line become a point cloud",
+      .options =
+          {{.names = "files",
+            .target = &options->files,
+            .text = "Text files, read one after the other",
+            .role = Role::Input},
+           {.names = "-c,--column",
+            .target = &options->columns,
+            .text = "TYPE:NAME:POS[,POS...], a field of the points and the positions in a line "
+                    "that it is read from, counted from 0; types are " +
+                    typeNames(converter)},
+           {.names = "-o,--output",
+            .target = &options->output,
+            .text = "The .q8 file to write",
+            .role = Role::Output},
+           {.names = "--grid", .target = &converter.GridName, .text = "Name of the grid [Points]"},
+           {.names = "--delimiter",
+            .target = &options->delimiter,
+            .text = "What separates the columns: one character, \"tab\" or \"space\" [space]"},
+           {.names = "--header-lines",
+            .target = &converter.HeaderLines,
+            .text = "Lines to pass over at the start of every file"},
+           {.names = "--start",
+            .target = &converter.StartReadingAt,
+            .text = "The first line to read, counted from 0 over all files, without header lines "
+                    "and empty ones"},
+           {.names = "--stop",
+            .target = &converter.StopReadingAt,
+            .text = "The first line not to read"},
+           {.names = "--compression",
+            .target = &options->compression,
+            .text = "-1 keeps doubles as they are; 0 (fast) to 12 (small) compress, and store "
+                    "positions in single precision with a shift [-1]"},
+           {.names = "--epsg",
+            .target = &options->epsg,
+            .text = "EPSG code of the coordinate system"},
+           {.names = "--stripes",
+            .target = &converter.DoStripeList,
+            .text = "Note for every point which file it is from, as the field StripeInfoID"},
+           {.names = "--preview",
+            .target = &options->preview,
+            .text = "Only show the first lines of this file, each column with its position",
+            .role = Role::Input}},
+      .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

@@ -1,25 +1,22 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "command.h"
 
-/// The subcommands. Each adds itself to the program and notes its exit code when it runs.
+/// The subcommands.
 namespace RecastHost {
 
-/// The exit code of the command that ran; 0 is success.
-struct Outcome {
-  int code = 0;
-};
-
-void addRasterCommand(CLI::App& program, Outcome& outcome);
-void addTerrainCommand(CLI::App& program, Outcome& outcome);
-void addLodCommands(CLI::App& program, Outcome& outcome);
-void addImportCityJsonCommand(CLI::App& program, Outcome& outcome);
-void addExportObjCommand(CLI::App& program, Outcome& outcome);
-void addColumnsCommand(CLI::App& program, Outcome& outcome);
-void addRefragmentCommand(CLI::App& program, Outcome& outcome);
-void addGridCommand(CLI::App& program, Outcome& outcome);
-void addContoursCommand(CLI::App& program, Outcome& outcome);
-void addExportGeojsonCommand(CLI::App& program, Outcome& outcome);
-void addInfoCommand(CLI::App& program, Outcome& outcome);
+Command rasterCommand();
+Command terrainCommand();
+Command importCityJsonCommand();
+Command lod1Command();
+Command lod2Command();
+Command exportObjCommand();
+Command columnsCommand();
+Command refragmentCommand();
+Command gridCommand();
+Command contoursCommand();
+Command exportGeojsonCommand();
+Command infoCommand();
+Command verifyCommand();
 
 }  // namespace RecastHost

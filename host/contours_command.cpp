@@ -1,10 +1,9 @@
-#include <filesystem>
-#include <iostream>
 #include <limits>
 #include <memory>
-#include <optional>
 
 #include "commands.h"
+#include "messages.h"
+#include "outcome.h"
 #include "tile_writer.h"
 
 #include "recast/contours/create_contour_lines.h"
@@ -15,6 +14,7 @@ namespace {
 
 using Recast::CreateContourLinesFromUniform;
 using FloatRange = Quilt::DataRange<float>;
+constexpr int kNoLines = 1;
 
 struct Options {
   std::vector<std::string> files;
@@ -23,7 +23,7 @@ struct Options {
   std::string field;
   std::string sliceField;
   float step = 0.0F;
-  std::optional<std::pair<float, float>> range;
+  std::optional<Interval> range;
   bool onlyBorder = false;
   bool heightsFromField = false;
 };
@@ -83,74 +83,68 @@ void setUp(CreateContourLinesFromUniform& run, const Options& options) {
       options.field.empty() && representation ? firstFloatField(*representation) : options.field;
   if (!field.empty()) run.FieldNames = {field};
   if (options.range) {
-    run.GlobalSlice = Larder::makeStrong<FloatRange>(options.range->first, options.range->second);
+    run.GlobalSlice = Larder::makeStrong<FloatRange>(options.range->low, options.range->high);
   } else if (representation) {
     const auto slice = representation->findField(run.SliceField.empty() ? field : run.SliceField);
     if (slice) run.GlobalSlice = rangeOfValues(*slice);
   }
 }
 
-/// Tells a file from the one that replaces it.
-std::optional<std::filesystem::file_time_type> timeOf(const std::string& file) {
-  std::error_code missing;
-  const auto time = std::filesystem::last_write_time(file, missing);
-  return missing ? std::nullopt : std::optional(time);
+/// \throw Failure if there are any
+void reportErrors(const std::vector<std::string>& errors, int code) {
+  for (std::size_t n = 0; n + 1 < errors.size(); ++n) notify("recast: " + errors[n]);
+  if (!errors.empty()) throw Failure(code, errors.back());
 }
 
-int tellErrors(const CreateContourLinesFromUniform& run, int code) {
-  for (const std::string& error : run.Errors) std::cerr << "recast: " << error << "\n";
-  return code;
-}
-
-int run(const Options& options) {
+void run(const Options& options) {
   CreateContourLinesFromUniform contours;
   contours.InputFiles = options.files;
-  if (!contours.loadFilesIntoBundle(Recast::myReadType::Replace)) return tellErrors(contours, 2);
+  contours.loadFilesIntoBundle(Recast::myReadType::Replace);
+  reportErrors(contours.Errors, kBadInput);
   setUp(contours, options);
-  const auto before = timeOf(options.output);
-  contours.Run();
-  tellErrors(contours, 0);
-  const bool found = !contours.OutBundle->getGridIdentifiers().empty();
-  const auto after = timeOf(options.output);
-  if (found && after && after != before) return 0;
-  std::cerr << "recast: " << options.output
-            << (found ? ": it can't be written\n"
-                      : ": not written, since no contour lines were found\n");
-  return 1;
-}
-
-std::pair<float, float> parseRange(const std::string& text) {
-  const std::size_t colon = text.find(':');
-  std::pair<float, float> range;
-  if (colon == std::string::npos ||
-      !CLI::detail::lexical_cast(text.substr(0, colon), range.first) ||
-      !CLI::detail::lexical_cast(text.substr(colon + 1), range.second))
-    throw CLI::ValidationError("--range", "\"" + text + "\" isn't of the form MIN:MAX");
-  return range;
+  const auto sentence = [&](int) {
+    return options.output + ": not written, since no contour lines were found";
+  };
+  runConversion({.sentence = sentence}, [&] {
+    contours.Run();
+    reportErrors(contours.Errors, kNoLines);
+    return contours.OutBundle->getGridIdentifiers().empty() ? kNoLines : 0;
+  });
 }
 
 }  // namespace
 
-void addContoursCommand(CLI::App& program, Outcome& outcome) {
-  auto* command =
-      program.add_subcommand("contours", "A fragmented uniform grid becomes contour lines");
+Command contoursCommand() {
   const auto options = std::make_shared<Options>();
-  command->add_option("files", options->files, ".q8 files that together hold the grid")->required();
-  command->add_option("-o,--output", options->output, "The .q8 file to write")->required();
-  command->add_option("--grid", options->grid,
-                      "The grid [the first that is fragmented and uniform]");
-  command->add_option("--field", options->field, "The field [the first of 32-bit floats]");
-  command->add_option("--slice-field", options->sliceField,
-                      "The field that the levels cut [that of --field]");
-  command->add_option("--step", options->step, "Distance of two levels")->required();
-  command->add_option_function<std::string>(
-      "--range", [options](const std::string& text) { options->range = parseRange(text); },
-      "MIN:MAX, the levels are MIN and whole steps above it, below MAX [that of the values]");
-  command->add_flag("--border-only", options->onlyBorder,
-                    "Only lines between vertices with and without data");
-  command->add_flag("--heights-from-field", options->heightsFromField,
-                    "The lines' heights are those of --field, not their levels");
-  command->callback([options, &outcome] { outcome.code = run(*options); });
+  return {
+      .name = "contours",
+      .text = "A fragmented uniform grid becomes contour lines",
+      .options = {inputFiles(options->files, ".q8 files that together hold the grid"),
+                  outputFile(options->output),
+                  {.names = "--grid",
+                   .target = &options->grid,
+                   .text = "The grid [the first that is fragmented and uniform]"},
+                  {.names = "--field",
+                   .target = &options->field,
+                   .text = "The field [the first of 32-bit floats]"},
+                  {.names = "--slice-field",
+                   .target = &options->sliceField,
+                   .text = "The field that the levels cut [that of --field]"},
+                  {.names = "--step",
+                   .target = &options->step,
+                   .text = "Distance of two levels",
+                   .required = true},
+                  {.names = "--range",
+                   .target = &options->range,
+                   .text = "The levels are MIN and whole steps above it, below MAX [that of the "
+                           "values]"},
+                  {.names = "--border-only",
+                   .target = &options->onlyBorder,
+                   .text = "Only lines between vertices with and without data"},
+                  {.names = "--heights-from-field",
+                   .target = &options->heightsFromField,
+                   .text = "The lines' heights are those of --field, not their levels"}},
+      .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "bundle_description.h"
+#include "shown_text.h"
 
 namespace RecastHost {
 namespace {
@@ -25,13 +26,34 @@ std::string list(const Json& values, const char* separator) {
   return text;
 }
 
+/// A text in quotation marks, fit for a terminal; unlike JSON's own, for any bytes.
+std::string quoted(const Json& text) {
+  return quotedText(text.get_ref<const std::string&>());
+}
+
+std::string plain(const std::string& text) {
+  return shownText(text, Newlines::Escaped);
+}
+
+/// The text up to about that many bytes; whole characters.
+std::string cut(const std::string& text, std::size_t most) {
+  if (text.size() <= most) return text;
+  const std::string start = text.substr(0, most);
+  return start.substr(0, most - unfinishedTail(start)) + "...";
+}
+
 /// A value on one line; a long text is cut.
 std::string shown(const Json& value) {
   constexpr std::size_t kMost = 60;
   if (value.is_number_float()) return number(value.get<double>());
-  std::string text = value.dump();
-  if (text.size() > kMost) text = text.substr(0, kMost) + "...";
-  return text;
+  if (value.is_string()) return cut(quoted(value), kMost);
+  if (!value.is_array()) return value.dump();
+  std::string text;
+  for (const Json& element : value) {
+    text += (text.empty() ? "[" : ",") + shown(element);
+    if (text.size() > kMost) return cut(text, kMost);
+  }
+  return cut((text.empty() ? "[" : text) + "]", kMost);
 }
 
 class TreeText {
@@ -55,15 +77,14 @@ class TreeText {
   void attributes(const Json& object, int depth) {
     if (!object.contains("attributes")) return;
     for (const auto& [name, value] : object["attributes"].items())
-      line(depth, "@ " + name + " = " + shown(value));
+      line(depth, "@ " + plain(name) + " = " + shown(value));
   }
 
   void grid(const Json& grid) {
-    line(1, "grid " + grid["name"].dump());
+    line(1, "grid " + quoted(grid["name"]));
     attributes(grid, 2);
     for (const Json& representation : grid["representations"]) {
-      line(2, representation["skeleton"].get<std::string>() + " / " +
-                  representation["name"].get<std::string>());
+      line(2, plain(representation["skeleton"]) + " / " + plain(representation["name"]));
       attributes(representation, 3);
       for (const Json& field : representation["fields"]) this->field(field);
     }
@@ -74,7 +95,8 @@ class TreeText {
     std::uint64_t elements = 0;
     for (const Json& fragment : fragments) elements += fragment["elements"].get<std::uint64_t>();
     const auto type = field["type"].get<std::string>();
-    std::string head = "field " + field["name"].dump() + ": " + (type.empty() ? "no data" : type);
+    std::string head =
+        "field " + quoted(field["name"]) + ": " + (type.empty() ? "no data" : plain(type));
     if (!fragments.empty())
       head += ", " + std::to_string(elements) + " elements in " + std::to_string(fragments.size()) +
               " of " + field["identifiers"].dump() + " fragments";
@@ -82,7 +104,7 @@ class TreeText {
     line(3, head);
     attributes(field, 4);
     for (std::size_t i = 0; i < std::min(fragments.size(), kMostFragments); ++i)
-      fragment(fragments[i]["name"].dump(), fragments[i]);
+      fragment(quoted(fragments[i]["name"]), fragments[i]);
     if (fragments.size() > kMostFragments)
       line(4, "... and " + std::to_string(fragments.size() - kMostFragments) + " more");
     if (field.contains("undivided")) fragment("undivided", field["undivided"]);

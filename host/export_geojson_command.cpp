@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <memory>
 
+#include "bundle_files.h"
 #include "commands.h"
 #include "geojson_writer.h"
+#include "outcome.h"
 
 #include "recast/perch/fixed_array.h"
-#include "recast/sheaf/bundle.h"
 #include "recast/typed_arrays/mem_array.h"
 
 namespace RecastHost {
@@ -17,9 +17,6 @@ using Heron::PhysicalSpace;
 using Line = std::vector<unsigned int>;
 
 constexpr const char* kContourLines = "ZRK_ContourLines";
-constexpr int kNoLines = 1;
-constexpr int kCannotLoad = 2;
-constexpr int kBadLines = 3;
 
 /// The arrays of a set of lines.
 struct LineSetData {
@@ -79,50 +76,37 @@ std::size_t writeLines(const LineSetData& data, GeojsonWriter& writer) {
   return bad;
 }
 
-int fail(int code, const std::string& file, const std::string& why) {
-  std::cerr << "recast: " << file << ": " << why << "\n";
-  return code;
-}
+struct Options {
+  std::string input;
+  std::string output;
+};
 
-int run(const std::string& input, const std::string& output) {
-  const auto files = Larder::makeStrong<Larder::StringList>(std::vector<std::string>{input});
-  bool ok = false;
-  const auto bundle =
-      Quilt::Bundle::load(ok, Larder::makeStrong<Larder::LoaderParameters>(files, false), nullptr);
-  if (!ok) return kCannotLoad;  // the console told why
+void run(const Options& options) {
+  const auto bundle = loadBundle(options.input);
   const auto grid = findContourLines(*bundle);
   if (!grid)
-    return fail(kNoLines, input, std::string("it holds no grid \"") + kContourLines + "\"");
+    throw Failure(kBadInput, options.input + ": it holds no grid \"" + kContourLines + "\"");
   const LineSetData data(*grid);
-  if (!data.complete()) return fail(kNoLines, input, "its contour lines can't be read");
-  GeojsonWriter writer(output);
+  if (!data.complete())
+    throw Failure(kBadInput, options.input + ": its contour lines can't be read");
+  GeojsonWriter writer(options.output);
   const std::size_t bad = writeLines(data, writer);
   writer.finish();
-  if (bad == 0) return 0;
-  return fail(kBadLines, input,
-              std::to_string(bad) +
-                  " lines are left out: they have no two vertices, or vertices "
-                  "that aren't there or aren't numbers");
-}
-
-int runOrFail(const std::string& input, const std::string& output) {
-  try {
-    return run(input, output);
-  } catch (const std::runtime_error& error) {
-    std::cerr << "recast: " << error.what() << "\n";
-    return kNoLines;
-  }
+  if (bad > 0)
+    throw Failure(kBadInput, options.input + ": " + std::to_string(bad) +
+                                 " lines are left out: they have less than two vertices, or "
+                                 "vertices that are nonexistent or no numbers");
 }
 
 }  // namespace
 
-void addExportGeojsonCommand(CLI::App& program, Outcome& outcome) {
-  auto* command = program.add_subcommand("export-geojson", "Contour lines become a GeoJSON file");
-  const auto input = std::make_shared<std::string>();
-  const auto output = std::make_shared<std::string>();
-  command->add_option("input", *input, "The .q8 file with contour lines")->required();
-  command->add_option("output", *output, "The GeoJSON file to write")->required();
-  command->callback([input, output, &outcome] { outcome.code = runOrFail(*input, *output); });
+Command exportGeojsonCommand() {
+  const auto options = std::make_shared<Options>();
+  return {.name = "export-geojson",
+          .text = "Contour lines become a GeoJSON file",
+          .options = {inputArgument("input", options->input, "The .q8 file with contour lines"),
+                      outputArgument(options->output, "The GeoJSON file to write")},
+          .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

@@ -1,11 +1,9 @@
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <iostream>
 #include <memory>
 
 #include "bundle_files.h"
 #include "commands.h"
+#include "outcome.h"
+#include "text_output.h"
 
 #include "recast/typed_arrays/mem_array.h"
 
@@ -42,56 +40,69 @@ struct SurfaceData {
   }
 };
 
-/// Writes a surface as Wavefront OBJ, whose vertices count from 1. \return the triangles left out
-/// because they refer to vertices that there are not.
-std::size_t write(const SurfaceData& surface, std::FILE* file) {
-  for (const auto& p : *surface.points)
-    std::fprintf(file, "v %.12g %.12g %.12g\n", p.x(), p.y(), p.z());
+/// Enough for a millimetre in coordinates of nine digits.
+constexpr int kDigits = 12;
+
+void putVertex(TextOutput& output, const Heron::PhysicalSpace::point& p) {
+  output.put("v");
+  for (const double coordinate : {p.x(), p.y(), p.z()}) {
+    output.put(" ");
+    output.put(coordinate, kDigits);
+  }
+  output.put("\n");
+}
+
+/// Vertices count from 1.
+void putTriangle(TextOutput& output, const Quilt::Triangle& triangle) {
+  output.put("f");
+  for (const std::size_t corner : {0U, 1U, 2U}) {
+    output.put(" ");
+    output.put(triangle[corner] + std::uint64_t{1});
+  }
+  output.put("\n");
+}
+
+/// Writes a surface as Wavefront OBJ. \return the triangles left out because they refer to
+/// nonexistent vertices.
+std::size_t write(const SurfaceData& surface, TextOutput& output) {
+  for (const auto& point : *surface.points) putVertex(output, point);
   std::size_t leftOut = 0;
   const std::size_t count = surface.points->size();
-  for (const auto& t : *surface.triangles) {
+  for (const auto& t : *surface.triangles)
     if (t[0] < count && t[1] < count && t[2] < count)
-      std::fprintf(file, "f %zu %zu %zu\n", t[0] + std::size_t{1}, t[1] + std::size_t{1},
-                   t[2] + std::size_t{1});
+      putTriangle(output, t);
     else
       ++leftOut;
-  }
   return leftOut;
 }
 
-int run(const std::string& input, const std::string& output) {
-  const Quilt::BundlePtr bundle = loadBundle(input);
-  if (!bundle) return 2;
+struct Options {
+  std::string input;
+  std::string output;
+};
+
+void run(const Options& options) {
+  const Quilt::BundlePtr bundle = loadBundle(options.input);
   SurfaceData surface;
-  if (!surface.find(*bundle)) {
-    std::cerr << "recast: " << input << ": holds no triangulated surface\n";
-    return 3;
-  }
-  std::FILE* file = std::fopen(output.c_str(), "w");
-  if (file == nullptr) {
-    std::cerr << "recast: " << output << ": " << std::strerror(errno) << "\n";
-    return 8;
-  }
-  const std::size_t leftOut = write(surface, file);
-  const bool written = std::ferror(file) == 0;
-  if (std::fclose(file) != 0 || !written) {
-    std::cerr << "recast: " << output << ": not all of it could be written\n";
-    return 8;
-  }
+  if (!surface.find(*bundle))
+    throw Failure(kBadInput, options.input + ": holds no triangulated surface that can be read");
+  TextOutput output(options.output);
+  const std::size_t leftOut = write(surface, output);
+  output.finish();
   if (leftOut > 0)
-    std::cerr << "recast: " << leftOut << " triangles refer to vertices that there are not\n";
-  return 0;
+    throw Failure(kBadInput, options.input + ": " + std::to_string(leftOut) +
+                                 " triangles are left out: they refer to nonexistent vertices");
 }
 
 }  // namespace
 
-void addExportObjCommand(CLI::App& program, Outcome& outcome) {
-  auto* command =
-      program.add_subcommand("export-obj", "Writes a triangulated surface as Wavefront OBJ");
-  const auto files = std::make_shared<std::pair<std::string, std::string>>();
-  command->add_option("input", files->first, "The .q8 file")->required();
-  command->add_option("output", files->second, "The .obj file to write")->required();
-  command->callback([files, &outcome] { outcome.code = run(files->first, files->second); });
+Command exportObjCommand() {
+  const auto options = std::make_shared<Options>();
+  return {.name = "export-obj",
+          .text = "Writes a triangulated surface as Wavefront OBJ",
+          .options = {inputArgument("input", options->input, "The .q8 file"),
+                      outputArgument(options->output, "The .obj file to write")},
+          .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

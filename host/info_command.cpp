@@ -4,32 +4,39 @@
 #include "bundle_description.h"
 #include "bundle_files.h"
 #include "commands.h"
+#include "shown_text.h"
+#include "standard_output.h"
 
 namespace RecastHost {
 namespace {
 
-int run(const std::string& file, bool json) {
-  const Quilt::BundlePtr bundle = loadBundle(file);
-  if (!bundle) return 2;  // the console told why
-  const auto description = describe(*bundle);
-  // Names may hold any bytes; what is no UTF-8 is shown as a replacement character.
+struct Options {
+  std::string file;
+  bool json = false;
+};
+
+void run(const Options& options) {
+  StandardOutput::setMuted(false);
+  const auto description = describe(*loadBundle(options.file));
+  // Names may hold any bytes; in JSON, what is no UTF-8 becomes a replacement character.
   using Json = nlohmann::ordered_json;
-  if (json)
-    std::cout << description.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  if (options.json)
+    std::cout << shownJson(description.dump(2, ' ', false, Json::error_handler_t::replace)) << "\n";
   else
     std::cout << asText(description);
-  return 0;
 }
 
 }  // namespace
 
-void addInfoCommand(CLI::App& program, Outcome& outcome) {
-  auto* command = program.add_subcommand("info", "Shows what a .q8 file holds");
-  const auto file = std::make_shared<std::string>();
-  const auto json = std::make_shared<bool>(false);
-  command->add_option("file", *file, "The .q8 file")->required();
-  command->add_flag("--json", *json, "As a JSON document, with every fragment");
-  command->callback([file, json, &outcome] { outcome.code = run(*file, *json); });
+Command infoCommand() {
+  const auto options = std::make_shared<Options>();
+  return {.name = "info",
+          .text = "Shows what a .q8 file holds",
+          .options = {inputArgument("file", options->file, "The .q8 file"),
+                      {.names = "--json",
+                       .target = &options->json,
+                       .text = "As a JSON document, with every fragment"}},
+          .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

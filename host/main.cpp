@@ -1,30 +1,42 @@
-#include <exception>
-#include <iostream>
+#include <csignal>
 
+#include "command_line.h"
 #include "commands.h"
+#include "manual.h"
+#include "messages.h"
+#include "standard_output.h"
+#include <fcntl.h>
+#include <unistd.h>
 
-// Commands report their own failures; what is caught here is a full disk, or memory running out.
-int main(int argc, char** argv) {
-  constexpr int kUnexpected = 100;
-  CLI::App program("Turns geodata files into self-describing .q8 bundles, and looks into them.");
-  program.require_subcommand(1);
-  RecastHost::Outcome outcome;
-  RecastHost::addRasterCommand(program, outcome);
-  RecastHost::addTerrainCommand(program, outcome);
-  RecastHost::addImportCityJsonCommand(program, outcome);
-  RecastHost::addLodCommands(program, outcome);
-  RecastHost::addExportObjCommand(program, outcome);
-  RecastHost::addColumnsCommand(program, outcome);
-  RecastHost::addRefragmentCommand(program, outcome);
-  RecastHost::addGridCommand(program, outcome);
-  RecastHost::addContoursCommand(program, outcome);
-  RecastHost::addExportGeojsonCommand(program, outcome);
-  RecastHost::addInfoCommand(program, outcome);
-  try {
-    CLI11_PARSE(program, argc, argv)
-  } catch (const std::exception& error) {
-    std::cerr << "recast: " << error.what() << "\n";
-    return kUnexpected;
+namespace {
+
+/// No file may get the number of a standard stream that the caller has closed: what is printed
+/// would go to it. Printing to what is opened here fails, and is reported.
+void occupyStandardStreams() {
+  for (;;) {
+    const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (descriptor > STDERR_FILENO) close(descriptor);
+    if (descriptor < 0 || descriptor > STDERR_FILENO) return;
   }
-  return outcome.code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace RecastHost;
+  occupyStandardStreams();
+  // Writing to a closed pipe, or beyond the limit of a file's size, is a failure like others.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+  StandardOutput standardOutput;
+  startMessages(false);
+  std::vector<Command> commands = {rasterCommand(),         terrainCommand(),    columnsCommand(),
+                                   importCityJsonCommand(), lod1Command(),       lod2Command(),
+                                   exportObjCommand(),      gridCommand(),       contoursCommand(),
+                                   exportGeojsonCommand(),  refragmentCommand(), infoCommand(),
+                                   verifyCommand()};
+  const std::vector<Command> documented = commands;
+  commands.push_back(manPageCommand(documented));
+  commands.push_back(completionCommand(documented));
+  return runCommandLine(commands, argc, argv);
 }

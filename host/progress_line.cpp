@@ -1,8 +1,10 @@
 #include "progress_line.h"
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 
+#include "messages.h"
 #include <signal.h>
 #include <unistd.h>
 
@@ -26,45 +28,30 @@ void onInterrupt(void (*handler)(int)) {
 
 }  // namespace
 
-ProgressLine::ProgressLine() : isTerminal_(isatty(STDERR_FILENO) != 0) {
+ProgressLine::ProgressLine() : isShown_(isatty(STDERR_FILENO) != 0 && !isQuiet()) {
   wasInterrupted = 0;
   onInterrupt(noteInterrupt);
-  formerSink_ = Larder::Console::setSink([this](const std::string& message) {
-    const std::lock_guard lock(mutex_);
-    erase();
-    std::fprintf(stderr, "%s\n", message.c_str());
-  });
 }
 
 ProgressLine::~ProgressLine() {
-  Larder::Console::setSink(formerSink_);
   onInterrupt(SIG_DFL);
-  const std::lock_guard lock(mutex_);
-  erase();
+  if (isShown_) showStatusLine("");
 }
 
 bool ProgressLine::reportProgress(const std::string& text, int current, int total) {
   const auto now = std::chrono::steady_clock::now();
-  if (isTerminal_ && now >= nextDrawing_) {
+  if (isShown_ && now >= nextDrawing_) {
     nextDrawing_ = now + kBetweenDrawings;
-    const std::lock_guard lock(mutex_);
     const double percent = total > 0 ? 100.0 * current / total : 0.0;
-    std::fprintf(stderr, "\r\033[K%s %d of about %d (%.0f %%)", text.c_str(), current, total,
-                 percent);
-    std::fflush(stderr);
-    drawn_ = true;
+    std::array<char, 80> count;
+    std::snprintf(count.data(), count.size(), " %d of about %d (%.0f %%)", current, total, percent);
+    showStatusLine(text + count.data());
   }
   return !interrupted();
 }
 
 bool ProgressLine::interrupted() {
   return wasInterrupted != 0;
-}
-
-/// Takes the line off the terminal. \pre `mutex_` is held.
-void ProgressLine::erase() {
-  if (drawn_) std::fputs("\r\033[K", stderr);
-  drawn_ = false;
 }
 
 }  // namespace RecastHost

@@ -1,18 +1,15 @@
 #pragma once
 
 #include <chrono>
-#include <mutex>
 #include <string>
 
-#include "recast/larder/console.h"
 #include "recast/larder/progress.h"
 
 namespace RecastHost {
 
 /// Shows how far a run is in one line of the standard error stream, if that is a terminal, and asks
 /// the run to stop when the user has pressed Ctrl-C; a second Ctrl-C ends the program at once.
-///
-/// While it lives, messages of the console stand above the line. One at a time.
+/// Messages stand above the line. One at a time.
 class ProgressLine : public Larder::LoaderProgress {
  public:
   ProgressLine();
@@ -21,19 +18,14 @@ class ProgressLine : public Larder::LoaderProgress {
   bool reportProgress(const std::string& text, int current, int total) override;
   void reportMessage(const std::string& text) override { lastMessage_ = text; }
 
-  /// What the run told last; empty if nothing.
+  /// What the run reported last; empty if nothing.
   const std::string& lastMessage() const { return lastMessage_; }
   static bool interrupted();
 
  private:
-  void erase();
-
-  const bool isTerminal_;
+  const bool isShown_;
   std::chrono::steady_clock::time_point nextDrawing_;
-  std::mutex mutex_;  // guards what is on the line
-  bool drawn_ = false;
   std::string lastMessage_;
-  Larder::Console::Sink formerSink_;
 };
 
 }  // namespace RecastHost

@@ -1,33 +1,22 @@
 #include "raster_tile.h"
 
 #include <cmath>
-#include <cstdio>
 #include <optional>
 
+#include "outcome.h"
+#include "status_text.h"
+
 #include "recast/grid_lookups/string_util.h"
-#include "recast/larder/console.h"
 
 namespace RecastHost {
 namespace {
 
 constexpr const char* kGrid = "raster";
 
-/// Passes the console's messages on, but for those on the frame that the reader places rasters in:
-/// the grid of contours has no use for it.
-class WithoutFrameMessages {
- public:
-  WithoutFrameMessages()
-      : former_(Larder::Console::setSink([](const std::string& message) {
-          if (message.find("world frame") == std::string::npos)
-            std::fprintf(stderr, "%s\n", message.c_str());
-        })) {}
-  ~WithoutFrameMessages() { Larder::Console::setSink(former_); }
-  WithoutFrameMessages(const WithoutFrameMessages&) = delete;
-  WithoutFrameMessages& operator=(const WithoutFrameMessages&) = delete;
-
- private:
-  Larder::Console::Sink former_;
-};
+/// The reader places rasters in a frame, for which the grid of contours has no use.
+bool isWanted(const std::string& notice) {
+  return notice.find("world frame") == std::string::npos;
+}
 
 /// A distance as a whole number of cells; nothing if it is none, to a thousandth of a cell.
 std::optional<std::int64_t> wholeCells(double distance, double cell) {
@@ -40,17 +29,20 @@ std::optional<std::int64_t> wholeCells(double distance, double cell) {
 
 }  // namespace
 
-int RasterTile::read(const std::string& path) {
-  const WithoutFrameMessages quiet;
+RasterTile::RasterTile(const std::string& path)
+    : file(path), name(Larder::StringUtil::basename(path)) {
   Quilt::BundlePtr bundle(new Quilt::Bundle);
   std::string gridName = kGrid;
-  const int status = Recast::readDGMAsGrd(bundle, path, nullptr, noData, spacing, origin, gridName);
-  if (status != 0) return status;
-  file = path;
-  name = Larder::StringUtil::basename(path);
+  const auto sentence = [&](int status) { return path + ": " + rasterStatusText(status); };
+  runConversion({.file = path, .sentence = sentence, .isWanted = isWanted}, [&] {
+    return Recast::readDGMAsGrd(bundle, path, nullptr, noData, spacing, origin, gridName);
+  });
   const auto elevation = (*(*(*bundle)(0.0))(gridName))("Elevation", "");
-  heights = elevation->getCreatorByName(name)->get().castTo<Recast::HeightArray>();
-  return 0;
+  const auto creator = elevation->getCreatorByName(name);
+  if (creator) heights = creator->get().castTo<Recast::HeightArray>();
+  if (!heights || heights->nElements() == 0)
+    throw Failure(kBadInput, path + ": the raster holds no cells");
+  if (!(spacing.x() > 0.0)) throw Failure(kBadInput, path + ": \"cellsize\" isn't above 0");
 }
 
 bool RasterTile::isValue(float height) const {

@@ -18,8 +18,8 @@ struct RasterTile {
   Heron::PhysicalSpace::point origin{};    ///< the centre of the lower-left cell
   Heron::PhysicalSpace::vector spacing{};  ///< of the cells' centres
 
-  /// \return a RasterStatus. \throw std::out_of_range for a height beyond the range of a float
-  int read(const std::string& path);
+  /// Reads a file. \throw Failure if it is no raster with cells
+  explicit RasterTile(const std::string& path);
 
   float height(std::uint64_t column, std::uint64_t row) const {
     return heights->data[row * heights->dims[0] + column];

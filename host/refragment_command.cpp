@@ -1,113 +1,160 @@
-#include <array>
+#include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
 
 #include "commands.h"
+#include "file_checks.h"
+#include "outcome.h"
 #include "progress_line.h"
+#include "standard_output.h"
 
 #include "recast/refragment/refragmentation_plan.h"
 
 namespace RecastHost {
 namespace {
 
-using Triple = std::vector<double>;
+constexpr int kRefused = 1;
 
 struct Options {
   Recast::RefragmentationParameters parameters;
   std::vector<std::string> files;
-  Triple lowerMargin = {0, 0, 0};
-  Triple boxMinimum;
-  Triple boxMaximum;
-  Triple fragmentLength;
+  std::optional<Triple> lowerMargin;
+  std::optional<Triple> boxMinimum;
+  std::optional<Triple> boxMaximum;
+  std::optional<Triple> fragmentLength;
   std::string compression = "none";
   bool planOnly = false;
 };
 
-Heron::PhysicalSpace::point pointOf(const Triple& t, double otherwise) {
-  return t.empty() ? Heron::PhysicalSpace::point(otherwise, otherwise, otherwise)
-                   : Heron::PhysicalSpace::point(t[0], t[1], t[2]);
+template <class Tuple>
+Tuple tupleOf(const std::optional<Triple>& option) {
+  const Triple triple = option.value_or(Triple());
+  return {triple.x, triple.y, triple.z};
 }
 
 Recast::RefragmentationParameters parametersOf(const Options& options) {
   static const std::map<std::string, int> modes = {{"weak", 0}, {"strong", 1}, {"none", -1}};
   Recast::RefragmentationParameters parameters = options.parameters;
   parameters.files = Larder::makeStrong<Larder::StringList>(options.files);
-  parameters.lowerMargin = {options.lowerMargin[0], options.lowerMargin[1], options.lowerMargin[2]};
-  parameters.fragLength = {options.fragmentLength[0], options.fragmentLength[1],
-                           options.fragmentLength[2]};
+  parameters.lowerMargin = tupleOf<Heron::PhysicalSpace::vector>(options.lowerMargin);
+  parameters.fragLength = tupleOf<Heron::PhysicalSpace::vector>(options.fragmentLength);
   parameters.compression = modes.at(options.compression);
-  parameters.useBBoxMin = !options.boxMinimum.empty();
-  parameters.useBBoxMax = !options.boxMaximum.empty();
+  parameters.useBBoxMin = options.boxMinimum.has_value();
+  parameters.useBBoxMax = options.boxMaximum.has_value();
   if (parameters.useBBoxMin || parameters.useBBoxMax)
     parameters.bbox = Quilt::BoxHandle(
-        new Heron::BoundingBox(pointOf(options.boxMinimum, 0.0), pointOf(options.boxMaximum, 0.0)));
+        new Heron::BoundingBox(tupleOf<Heron::PhysicalSpace::point>(options.boxMinimum),
+                               tupleOf<Heron::PhysicalSpace::point>(options.boxMaximum)));
   return parameters;
 }
 
-int run(const Options& options) {
+/// The name of a field's file in the folder of external files.
+std::string externalName(std::string field) {
+  for (std::size_t at = field.find('/'); at != std::string::npos; at = field.find('/', at))
+    field.replace(at, 1, "%2F");
+  return field + ".q8";
+}
+
+/// The files that the run is going to write beside the output.
+std::vector<std::string> externalFiles(const Recast::RefragmentationPlan& plan) {
+  std::vector<std::string> files;
+  const auto slice = (*plan.source)(plan.parameters.time);
+  const auto grid = slice ? (*slice)(plan.gridName) : nullptr;
+  if (plan.parameters.extLink.empty() || !grid) return files;
+  std::error_code ignored;
+  const auto target = std::filesystem::weakly_canonical(plan.parameters.outFile, ignored);
+  const auto folder = target.parent_path() / plan.parameters.extLink;
+  for (const auto& [id, skeleton] : grid->skeletons())
+    for (const auto& representation : skeleton->representations())
+      representation->iterate([&](const Quilt::FieldID& field, const Quilt::Field&) {
+        files.push_back(folder / externalName(field.name()));
+        return true;
+      });
+  return files;
+}
+
+void run(const Options& options) {
   Recast::RefragmentationPlan plan;
-  std::string failure = Recast::planRefragmentation(parametersOf(options), plan);
-  if (failure.empty()) {
-    for (const std::string& line : plan.description()) std::cout << line << "\n";
-    std::cout << std::flush;
-    if (options.planOnly) return 0;
+  std::string failure;
+  const auto sentence = [&](int) { return options.parameters.outFile + ": " + failure; };
+  runConversion({.sentence = sentence}, [&] {
+    failure = Recast::planRefragmentation(parametersOf(options), plan);
+    return failure.empty() ? 0 : kRefused;
+  });
+  if (options.planOnly) StandardOutput::setMuted(false);
+  for (const std::string& line : plan.description()) std::cout << line << "\n";
+  std::cout << std::flush;
+  if (options.planOnly) return;
+  refuseInputAsOutput(externalFiles(plan), options.files);
+  runConversion({.sentence = sentence}, [&] {
     failure = Recast::runRefragmentation(plan, Larder::makeStrong<ProgressLine>());
-  }
-  if (failure.empty()) return 0;
-  std::cerr << "recast: " << options.parameters.outFile << ": " << failure << "\n";
-  return 1;
-}
-
-CLI::Option* addTriple(CLI::App& command, const char* name, Triple& target, const char* text) {
-  return command.add_option(name, target, text)->delimiter(',')->expected(3)->type_name("X,Y,Z");
-}
-
-void addBoxOptions(CLI::App& command, Options& options) {
-  addTriple(command, "--fragment-length", options.fragmentLength,
-            "Edge lengths of the fragments; 0 for one fragment along that axis")
-      ->required();
-  addTriple(command, "--lower-margin", options.lowerMargin,
-            "Taken off the lower corner of the box of the data");
-  addTriple(command, "--bbox-min", options.boxMinimum, "Lower corner, in place of the data's");
-  addTriple(command, "--bbox-max", options.boxMaximum, "Upper corner, in place of the data's");
+    return failure.empty() ? 0 : kRefused;
+  });
 }
 
 }  // namespace
 
-void addRefragmentCommand(CLI::App& program, Outcome& outcome) {
-  auto* command = program.add_subcommand(
-      "refragment", "A point cloud becomes a regular lattice of overlapping fragments");
+Command refragmentCommand() {
   const auto options = std::make_shared<Options>();
   auto& parameters = options->parameters;
-  command->add_option("files", options->files, "Point clouds as .q8 files")->required();
-  command->add_option("-o,--output", parameters.outFile, "The .q8 file to write")->required();
-  command->add_option("--grid", parameters.gridName, "The grid, if there are several");
-  command->add_option("--field", parameters.fieldNames, "A field to carry over [all]")
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  command->add_option("--time", parameters.time, "Time of the slice")->capture_default_str();
-  command->add_option("--threads", parameters.threads, "Workers [as many as the machine has]");
-  addBoxOptions(*command, *options);
-  command
-      ->add_option("--overlap", parameters.overlap,
-                   "By this fraction of its length a fragment reaches beyond its faces")
-      ->capture_default_str();
-  command->add_option("--compression", options->compression, "weak, strong or none")
-      ->check(CLI::IsMember({"weak", "strong", "none"}))
-      ->capture_default_str();
-  command->add_option("--external", parameters.extLink,
-                      "Folder for a file per field beside the positions");
-  command
-      ->add_option("--passes", parameters.loopsOverFrags,
-                   "Passes over the data; more take less memory")
-      ->capture_default_str();
-  command
-      ->add_option("--min-points", parameters.fragLow,
-                   "Fragments of so many points or fewer are not written")
-      ->capture_default_str();
-  command->add_flag("--plan-only", options->planOnly, "Show the plan and write nothing");
-  command->callback([options, &outcome] { outcome.code = run(*options); });
+  return {
+      .name = "refragment",
+      .text = "A point cloud becomes a regular lattice of overlapping fragments",
+      .options = {inputFiles(options->files, "Point clouds as .q8 files"),
+                  outputFile(parameters.outFile),
+                  {.names = "--grid",
+                   .target = &parameters.gridName,
+                   .text = "The grid, if there are several"},
+                  {.names = "--field",
+                   .target = &parameters.fieldNames,
+                   .text = "A field to carry over; may be given several times [all]"},
+                  {.names = "--time",
+                   .target = &parameters.time,
+                   .text = "Time of the slice",
+                   .showDefault = true},
+                  {.names = "--threads",
+                   .target = &parameters.threads,
+                   .text = "Workers [as many as the machine has]"},
+                  {.names = "--fragment-length",
+                   .target = &options->fragmentLength,
+                   .text = "Edge lengths of the fragments; 0 for one fragment along that axis",
+                   .required = true},
+                  {.names = "--lower-margin",
+                   .target = &options->lowerMargin,
+                   .text = "Taken off the lower corner of the box of the data"},
+                  {.names = "--bbox-min",
+                   .target = &options->boxMinimum,
+                   .text = "Lower corner, in place of the data's"},
+                  {.names = "--bbox-max",
+                   .target = &options->boxMaximum,
+                   .text = "Upper corner, in place of the data's"},
+                  {.names = "--overlap",
+                   .target = &parameters.overlap,
+                   .text = "By this fraction of its length a fragment reaches beyond its faces",
+                   .showDefault = true},
+                  {.names = "--compression",
+                   .target = &options->compression,
+                   .text = "weak, strong or none",
+                   .showDefault = true,
+                   .choices = {"weak", "strong", "none"}},
+                  {.names = "--external",
+                   .target = &parameters.extLink,
+                   .text =
+                       "Folder, relative to that of the output, for a file per field beside the "
+                       "positions"},
+                  {.names = "--passes",
+                   .target = &parameters.loopsOverFrags,
+                   .text = "Passes over the data; more take less memory",
+                   .showDefault = true},
+                  {.names = "--min-points",
+                   .target = &parameters.fragLow,
+                   .text = "Fragments of so many points or fewer are not written",
+                   .showDefault = true},
+                  {.names = "--plan-only",
+                   .target = &options->planOnly,
+                   .text = "Show the plan and write nothing"}},
+      .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

@@ -47,4 +47,12 @@ std::string columnStatusText(int status) {
   }
 }
 
+std::string buildingStatusText(int status) {
+  switch (status) {
+    case 2: return "a file can't be loaded";
+    case 3: return "a grid doesn't have the shape of a building model";
+    default: return "status " + std::to_string(status);
+  }
+}
+
 }  // namespace RecastHost

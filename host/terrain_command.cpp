@@ -3,9 +3,12 @@
 #include <memory>
 
 #include "commands.h"
+#include "file_checks.h"
+#include "outcome.h"
 #include "status_text.h"
 
 #include "recast/raster/terrain_import.h"
+#include "recast/recastbase/run_output.h"
 
 namespace RecastHost {
 namespace {
@@ -18,73 +21,61 @@ struct Options {
   bool append = false;
 };
 
-struct Totals {
-  std::size_t tiles = 0;
-  Recast::TerrainTileCount elements;
-};
-
-int importFile(Quilt::BundlePtr& bundle, const std::string& file, const Options& options,
-               Totals& totals) {
-  std::cout << file << std::endl;
-  Recast::TerrainTileCount count;
-  int status = 0;
-  try {
-    status = Recast::importTerrainTile(bundle, file, nullptr, options.uniformGrid,
-                                       options.pointGrid, count);
-  } catch (const std::out_of_range&) {
-    std::cerr << "recast: " << file << ": a number is beyond the range of a float\n";
-    return 11;
-  }
-  if (status != 0) {
-    std::cerr << "recast: " << file << ": " << terrainStatusText(status) << "\n";
-    return status;
-  }
-  ++totals.tiles;
-  totals.elements.cells += count.cells;
-  totals.elements.points += count.points;
-  return 0;
+Quilt::BundlePtr bind(const Options& options) {
+  if (options.append) requireReadable({options.output});
+  const Quilt::BundlePtr bundle(new Quilt::Bundle);
+  const auto bound = options.append ? bundle->bindTo(options.output, nullptr, nullptr)
+                                    : bundle->bindToNew(options.output);
+  if (!bundle) throw Failure(kOutputFailed, bound.text);
+  return bundle;
 }
 
-int run(const Options& options) {
+void importFile(Quilt::BundlePtr& bundle, const std::string& file, const Options& options,
+                Recast::TerrainTileCount& total) {
+  std::cout << file << std::endl;
+  Recast::TerrainTileCount count;
+  const auto sentence = [&](int status) { return file + ": " + terrainStatusText(status); };
+  runConversion({.file = file, .sentence = sentence}, [&] {
+    return Recast::importTerrainTile(bundle, file, nullptr, options.uniformGrid, options.pointGrid,
+                                     count);
+  });
+  total.cells += count.cells;
+  total.points += count.points;
+}
+
+void run(const Options& options) {
   const auto start = std::chrono::steady_clock::now();
-  Totals totals;
-  int status = 0;
-  {
-    Quilt::BundlePtr bundle(new Quilt::Bundle);
-    const auto bound = options.append ? bundle->bindTo(options.output, nullptr, nullptr)
-                                      : bundle->bindToNew(options.output);
-    if (!bundle) {
-      std::cerr << "recast: " << bound.text << "\n";
-      return 8;
-    }
-    for (const std::string& file : options.files) {
-      status = importFile(bundle, file, options, totals);
-      if (status != 0) break;
-    }
-  }  // completes the file
+  Recast::TerrainTileCount total;
+  Quilt::BundlePtr bundle = bind(options);
+  Recast::RunOutput output(bundle, options.output, options.files);
+  for (const std::string& file : options.files) importFile(bundle, file, options, total);
+  output.complete();
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  std::cout << totals.tiles << " tiles, " << totals.elements.cells << " cells, "
-            << totals.elements.points << " points in " << seconds.count() << " s\n";
-  return status;
+  std::cout << options.files.size() << " tiles, " << total.cells << " cells, " << total.points
+            << " points in " << seconds.count() << " s\n";
 }
 
 }  // namespace
 
-void addTerrainCommand(CLI::App& program, Outcome& outcome) {
-  auto* command = program.add_subcommand(
-      "terrain", "Terrain files become tiles of uniform grids and point clouds in one bundle");
+Command terrainCommand() {
   const auto options = std::make_shared<Options>();
-  command
-      ->add_option("files", options->files,
-                   "Esri ASCII rasters, text files of x y z lines, or .q8 point clouds")
-      ->required();
-  command->add_option("-o,--output", options->output, "The .q8 file to write")->required();
-  command->add_flag("--append", options->append, "Add to the output, which must be there");
-  command->add_option("--uniform-grid", options->uniformGrid,
-                      "Name of the uniform grid [DGM_CellSize_ and the cell size of each file]");
-  command->add_option("--point-grid", options->pointGrid,
-                      "Name of the point cloud's grid [Pkt_CellSize_ and the cell size]");
-  command->callback([options, &outcome] { outcome.code = run(*options); });
+  return {
+      .name = "terrain",
+      .text = "Terrain files become tiles of uniform grids and point clouds in one bundle",
+      .options = {inputFiles(options->files,
+                             "Esri ASCII rasters, text files of x y z lines, or .q8 point clouds"),
+                  outputFile(options->output),
+                  {.names = "--append",
+                   .target = &options->append,
+                   .text = "Add to the output, which must be there"},
+                  {.names = "--uniform-grid",
+                   .target = &options->uniformGrid,
+                   .text =
+                       "Name of the uniform grid [DGM_CellSize_ and the cell size of each file]"},
+                  {.names = "--point-grid",
+                   .target = &options->pointGrid,
+                   .text = "Name of the point cloud's grid [Pkt_CellSize_ and the cell size]"}},
+      .run = [options] { run(*options); }};
 }
 
 }  // namespace RecastHost

@@ -19,7 +19,7 @@ RECAST_API bool isSameFile(const std::string& a, const std::string& b);
 ///   fragments stored so far; if that fails too, the run's report has a notice of it.
 ///
 /// To be made inside the scope of the run's report, as soon as the bundle is bound.
-class RunOutput {
+class RECAST_API RunOutput {
  public:
   /// \pre the bundle is bound to `target`. \param inputs the files that the run reads.
   RunOutput(const Quilt::BundlePtr& bundle, const std::string& target,

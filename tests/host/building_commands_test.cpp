@@ -27,7 +27,7 @@ TEST(BuildingCommands, HolesBecomeRingsOfTheirOwnAndBadRingsAreToldOf) {
   EXPECT_EQ(run({"import-cityjson", "--lod", "1", "-o", "prints.q8", "court.json"}),
             "court.json: 1 buildings and parts, 2 rings\n"
             "court.json: 1 rings are holes, and became rings of their own\n"
-            "court.json: 2 rings are left out: too short, or of vertices that there are not\n");
+            "court.json: 2 rings are left out: too short, or of nonexistent vertices\n");
   run({"lod1", "-o", "blocks.q8", "prints.q8"});
   run({"export-obj", "blocks.q8", "blocks.obj"});
   const std::string surface = TestSupport::textOf(folder / "blocks.obj");

@@ -38,7 +38,9 @@ set(expected
   lib/librecast.so
   lib/librecast.so.${VERSION}
   lib/librecast.so.${interface}
-  lib/pkgconfig/recast.pc)
+  lib/pkgconfig/recast.pc
+  share/bash-completion/completions/recast
+  share/man/man1/recast.1)
 list(SORT expected)
 if(NOT files STREQUAL expected)
   message(FATAL_ERROR "the package holds\n  ${files}\nnot\n  ${expected}")

@@ -1,0 +1,77 @@
+#include "outcome.h"
+
+#include <new>
+
+#include "messages.h"
+#include "standard_output.h"
+
+#include "recast/recastbase/run_report.h"
+#include "recast/sheaf/storage_error.h"
+
+namespace RecastHost {
+namespace {
+
+constexpr int kOutOfRange = 11;
+
+/// How a command ended.
+struct Outcome {
+  int code = kDone;
+  std::string sentence = {};
+};
+
+Outcome outcomeOf(const std::function<void()>& command) {
+  try {
+    command();
+    return {};
+  } catch (const Failure& failure) {
+    return {failure.code(), failure.what()};
+  } catch (const Quilt::StorageError& error) {
+    return {kOutputFailed, error.what()};
+  } catch (const std::bad_alloc&) {
+    return {kNoMemory, "there is not enough memory"};
+  } catch (const std::exception& error) {
+    return {kUnexpected, error.what()};
+  }
+}
+
+/// The library's sentence for the conversion that failed, if there is one.
+std::string failureOr(const std::string& otherwise) {
+  const std::string& sentence = Recast::lastRunReport().failure;
+  return sentence.empty() ? otherwise : sentence;
+}
+
+}  // namespace
+
+void runConversion(const Conversion& conversion, const std::function<int()>& convert) {
+  int status = 0;
+  bool isOutOfRange = false;
+  try {
+    status = convert();
+  } catch (const std::out_of_range&) {
+    isOutOfRange = true;
+  }
+  for (const std::string& notice : Recast::lastRunReport().notices)
+    if (conversion.isWanted(notice)) notify("recast: " + notice);
+  if (isOutOfRange)
+    throw Failure(kOutOfRange,
+                  failureOr(conversion.file + ": a number is beyond the range of a float"));
+  if (status != 0)
+    throw Failure(status == conversion.cannotWrite ? int{kOutputFailed} : status,
+                  failureOr(conversion.sentence(status)));
+}
+
+int exitCodeOf(const std::function<void()>& command) noexcept {
+  const std::uint64_t failedBefore = Quilt::failedReads();
+  Outcome outcome = outcomeOf(command);
+  const std::uint64_t failed = Quilt::failedReads() - failedBefore;
+  if (outcome.code == kDone && failed > 0)
+    outcome = {kBadInput, std::to_string(failed) +
+                              " arrays of the input can't be read; the result lacks their data"};
+  const std::string reason = StandardOutput::flushAll();
+  if (outcome.code == kDone && !reason.empty())
+    outcome = {kStandardOutputFailed, "standard output: " + reason};
+  if (outcome.code != kDone) reportFailure("recast: " + outcome.sentence);
+  return outcome.code;
+}
+
+}  // namespace RecastHost
