@@ -40,6 +40,15 @@ std::string failureOr(const std::string& otherwise) {
   return sentence.empty() ? otherwise : sentence;
 }
 
+std::size_t noticesPrinted = 0;
+
+/// Prints the notices that the last run's report has got since they were printed.
+void printNotices(bool (*isWanted)(const std::string&)) {
+  const auto& notices = Recast::lastRunReport().notices;
+  for (; noticesPrinted < notices.size(); ++noticesPrinted)
+    if (isWanted(notices[noticesPrinted])) notify("recast: " + notices[noticesPrinted]);
+}
+
 }  // namespace
 
 void runConversion(const Conversion& conversion, const std::function<int()>& convert) {
@@ -50,8 +59,8 @@ void runConversion(const Conversion& conversion, const std::function<int()>& con
   } catch (const std::out_of_range&) {
     isOutOfRange = true;
   }
-  for (const std::string& notice : Recast::lastRunReport().notices)
-    if (conversion.isWanted(notice)) notify("recast: " + notice);
+  noticesPrinted = 0;
+  printNotices(conversion.isWanted);
   if (isOutOfRange)
     throw Failure(kOutOfRange,
                   failureOr(conversion.file + ": a number is beyond the range of a float"));
@@ -63,6 +72,8 @@ void runConversion(const Conversion& conversion, const std::function<int()>& con
 int exitCodeOf(const std::function<void()>& command) noexcept {
   const std::uint64_t failedBefore = Quilt::failedReads();
   Outcome outcome = outcomeOf(command);
+  // An output that is completed after a failed conversion may have added one.
+  printNotices([](const std::string&) { return true; });
   const std::uint64_t failed = Quilt::failedReads() - failedBefore;
   if (outcome.code == kDone && failed > 0)
     outcome = {kBadInput, std::to_string(failed) +
