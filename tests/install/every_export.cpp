@@ -11,6 +11,7 @@
 #include "recast/columns/column_ascii_to_point_cloud_q8.h"
 #include "recast/columns/my_storage.h"
 #include "recast/columns/string_to_value.h"
+#include "recast/contours/contour_tracing.h"
 #include "recast/contours/create_contour_lines.h"
 #include "recast/contours/own_cells.h"
 #include "recast/fragmented_grids/regularly_fragmented_grid.h"
@@ -230,7 +231,8 @@ void useConverters() {
            RefragmentationParameters, TerrainTileCount, myColumn<float>>();
   CreateContourLinesFromUniform contours;
   contours.CreateContourLinesFromUniform::printSecondary();
-  use(&CreateContourLinesFromUniform::Run);
+  use(&CreateContourLinesFromUniform::Run, &traceContourLevel, &RunOutput::complete,
+      &RunOutput::abandon);
   const ColumnAsciiToPointCloudQ8 columns;
   const MyStorage storage;
   const auto convert = [](auto value) {
