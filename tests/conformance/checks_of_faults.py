@@ -58,9 +58,13 @@ FAULTS = {
 FOR_GOOD = 1 << 30
 
 
-def failing_calls(suite, job):
+def counted_calls(suite, job):
     with Trial(suite, job) as trial:
-        _, calls = suite.program.run_with_fault(job.command(), trial.folder)
+        return suite.program.run_with_fault(job.command(), trial.folder)[1]
+
+
+def failing_calls(suite, job):
+    calls = counted_calls(suite, job)
     cases = []
     for call in CALLS:
         for error, harmless in FAULTS[call]:
@@ -97,9 +101,8 @@ def killed(suite, job, _, microseconds):
 
 
 def kill_calls(suite, job):
-    with Trial(suite, job) as trial:
-        _, calls = suite.program.run_with_fault(job.command(), trial.folder)
-    cases = [(when, n) for n in range(1, calls.every + 1) for when in ("before", "behind")]
+    every = counted_calls(suite, job).every
+    cases = [(when, n) for n in range(1, every + 1) for when in ("before", "behind")]
     # The last calls put the output in place.
     return suite.share(cases[:-12], 16) + suite.share(cases[-12:], 6)
 

@@ -273,17 +273,23 @@ def run(suite, options):
             report.add(f"{check.name}:{job.name}", traceback.format_exc(limit=-2))
     for job in {id(job): job for _, job, _ in cases}.values():
         suite.prepare(job)
-    with contextlib.closing(outcomes(suite, cases, options.workers)) as found:
-        for text, outcome in found:
-            report.add(text, outcome)
-    report.print_figures(time.monotonic() - start)
+    try:
+        with contextlib.closing(outcomes(suite, cases, options.workers)) as found:
+            for text, outcome in found:
+                report.add(text, outcome)
+    finally:
+        report.print_figures(time.monotonic() - start)
     return 1 if report.failures else 0
+
+
+def interrupted(number, _):
+    sys.exit(f"ended by {signal.Signals(number).name}; the figures are of what was done before")
 
 
 def main():
     options = parse()
     for number in (signal.SIGTERM, signal.SIGINT):
-        signal.signal(number, lambda *_: sys.exit(2))
+        signal.signal(number, interrupted)
     print(f"seed {options.seed}", flush=True)
     suite = Suite(options)
     try:
