@@ -41,6 +41,14 @@ std::string failureOr(const std::string& otherwise) {
 }
 
 std::size_t noticesPrinted = 0;
+std::uint64_t failedReadsBefore = 0;
+
+/// What the command could not read so far, as a sentence; empty if it could read everything.
+std::string readFailures() {
+  const std::uint64_t failed = Quilt::failedReads() - failedReadsBefore;
+  return failed == 0 ? std::string()
+                     : std::to_string(failed) + " arrays of the input can't be read";
+}
 
 /// Prints the notices that the last run's report has got since they were printed.
 void printNotices(bool (*isWanted)(const std::string&)) {
@@ -52,6 +60,7 @@ void printNotices(bool (*isWanted)(const std::string&)) {
 }  // namespace
 
 void runConversion(const Conversion& conversion, const std::function<int()>& convert) {
+  if (const std::string unread = readFailures(); !unread.empty()) throw Failure(kBadInput, unread);
   int status = 0;
   bool isOutOfRange = false;
   try {
@@ -70,14 +79,12 @@ void runConversion(const Conversion& conversion, const std::function<int()>& con
 }
 
 int exitCodeOf(const std::function<void()>& command) noexcept {
-  const std::uint64_t failedBefore = Quilt::failedReads();
+  failedReadsBefore = Quilt::failedReads();
   Outcome outcome = outcomeOf(command);
   // An output that is completed after a failed conversion may have added one.
   printNotices([](const std::string&) { return true; });
-  const std::uint64_t failed = Quilt::failedReads() - failedBefore;
-  if (outcome.code == kDone && failed > 0)
-    outcome = {kBadInput, std::to_string(failed) +
-                              " arrays of the input can't be read; the result lacks their data"};
+  if (const std::string unread = readFailures(); outcome.code == kDone && !unread.empty())
+    outcome = {kBadInput, unread + "; the result lacks their data"};
   const std::string reason = StandardOutput::flushAll();
   if (outcome.code == kDone && !reason.empty())
     outcome = {kStandardOutputFailed, "standard output: " + reason};

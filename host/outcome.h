@@ -40,7 +40,8 @@ struct Conversion {
 };
 
 /// Runs a conversion on this thread and prints the notices of its report. \throw Failure with its
-/// status if that isn't 0; a number that is beyond its type counts as status 11.
+/// status if that isn't 0; a number that is beyond its type counts as status 11; also, and nothing
+/// is run, if the command could not read some of its input before.
 void runConversion(const Conversion& conversion, const std::function<int()>& convert);
 
 /// Runs a command to its end, checks that nothing got lost, flushes the standard output stream, and

@@ -94,6 +94,7 @@ void TextOutput::openPartial() {
   const int reason = errno;
   if (exists) static_cast<void>(fchmod(descriptor_, status.st_mode & 07777U));
   if (isReady) return;
+  unlink(partial_.c_str());
   close(descriptor_);
   descriptor_ = -1;
   fail(reason);

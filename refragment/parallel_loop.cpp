@@ -3,15 +3,17 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <future>
 #include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 // GCC's OpenMP runtime is a closed book to ThreadSanitizer, which then takes every hand-over
 // through it for a race. In such a build the same loop runs on plain threads; clang's runtime tells
 // the sanitizer what it does.
 #if defined(__SANITIZE_THREAD__) && !defined(__clang__)
 #define RECAST_PLAIN_THREADS 1
-#include <thread>
-#include <vector>
 #else
 #define RECAST_PLAIN_THREADS 0
 #include <omp.h>
@@ -47,6 +49,19 @@ int threadsFor(int wanted, int byDefault, std::uint64_t count) {
   return static_cast<int>(std::clamp<std::uint64_t>(count, 1, static_cast<std::uint64_t>(most)));
 }
 
+/// How many threads the system gives at this moment, up to `wanted`, this one among them.
+int creatableThreads(int wanted) {
+  std::promise<void> allMade;
+  const std::shared_future<void> end = allMade.get_future().share();
+  std::vector<std::jthread> probes;
+  try {
+    for (int i = 1; i < wanted; ++i) probes.emplace_back([end] { end.wait(); });
+  } catch (const std::system_error&) {
+  }
+  allMade.set_value();
+  return 1 + static_cast<int>(probes.size());
+}
+
 #if RECAST_PLAIN_THREADS
 
 template <class Step>
@@ -56,17 +71,18 @@ void runOnThreads(int wanted, std::uint64_t count, Step step) {
   const auto work = [&] {
     for (std::uint64_t i = next++; i < count; i = next++) step(i);
   };
-  std::vector<std::thread> others;
-  for (int i = 1; i < threadsFor(wanted, cores, count); ++i) others.emplace_back(work);
+  const int threads = creatableThreads(threadsFor(wanted, cores, count));
+  std::vector<std::jthread> others;
+  for (int i = 1; i < threads; ++i) others.emplace_back(work);
   work();
-  for (std::thread& thread : others) thread.join();
 }
 
 #else
 
 template <class Step>
 void runOnThreads(int wanted, std::uint64_t count, Step step) {
-  const int threads = threadsFor(wanted, omp_get_max_threads(), count);
+  // The OpenMP runtime ends the process where it can't create a thread.
+  const int threads = creatableThreads(threadsFor(wanted, omp_get_max_threads(), count));
 #pragma omp parallel for num_threads(threads) schedule(dynamic, 1)
   for (std::uint64_t i = 0; i < count; ++i) step(i);
 }

@@ -79,6 +79,9 @@ def failing_call(suite, job, call, n, error, how):
     with Trial(suite, job) as trial:
         fault = Fault(call, n, ERRORS[error], 1 if how == "once" else FOR_GOOD)
         ended, calls = suite.program.run_with_fault(job.command(), trial.folder, fault)
+        if call == "pthread_create" and b"libgomp" in ended.errors:
+            # The OpenMP runtime ends the process then, which counts as a kill.
+            return trial.judge_kill(ended, by_runtime=True)
         harmless = not calls.failed or dict(FAULTS[call])[error]
         return trial.judge_all(ended, "success" if harmless else "either")
 

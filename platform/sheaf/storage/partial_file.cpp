@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "recast/larder/console.h"
 #include "recast/sheaf/storage/file_bytes.h"
 #include "recast/sheaf/storage/file_size_signal.h"
 #include "recast/sheaf/storage_error.h"
@@ -181,7 +182,13 @@ void PartialFile::takeBack() noexcept {
   if (former_.empty()) {
     unlink(target_.c_str());
   } else if (rename(former_.c_str(), target_.c_str()) != 0) {
-    return;  // both files are still there
+    // Names can't be exchanged any more: what made the replacement fail may still do so.
+    unlink(target_.c_str());
+    if (link(former_.c_str(), target_.c_str()) != 0) {
+      Larder::Console() << shownName_ << ": its former content is left in " << former_;
+      return;
+    }
+    unlink(former_.c_str());
   }
   former_.clear();
   syncFolder(target_);
