@@ -79,12 +79,20 @@ bool TextOutput::openDirectly() {
   return true;
 }
 
-void TextOutput::openPartial() {
+/// Makes the target the file that it leads to behind symbolic links, whether that exists or not.
+void TextOutput::followLinks() {
+  constexpr int kMaxLinks = 40;
   std::error_code error;
-  if (fs::is_symlink(target_, error)) {
-    target_ = fs::canonical(shownName_, error);
+  for (int links = 0; fs::is_symlink(target_, error); ++links) {
+    if (links == kMaxLinks) fail(ELOOP);
+    const fs::path next = fs::read_symlink(target_, error);
     if (error) fail(error.value());
+    target_ = fs::path(target_).parent_path() / next;
   }
+}
+
+void TextOutput::openPartial() {
+  followLinks();
   struct stat status {};
   const bool exists = stat(target_.c_str(), &status) == 0;
   if (exists && access(target_.c_str(), W_OK) != 0) fail(errno);

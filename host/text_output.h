@@ -31,6 +31,7 @@ class TextOutput {
 
  private:
   bool openDirectly();
+  void followLinks();
   void openPartial();
   void lockPartial();
   void flush();

@@ -340,14 +340,16 @@ TEST(Program, TextOutputsTakeTheirPlaceInOneStep) {
   EXPECT_EQ(
       outputOfShell(folder, "echo first > r; \"$0\" export-obj blocks.q8 /dev/stdout >> r; cat r"),
       "first\n" + expected);
+  std::filesystem::create_symlink("deep/new.obj", folder / "dangling.obj");
+  folder.make({"export-obj", "blocks.q8", "dangling.obj"});
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "dangling.obj"));
+  EXPECT_EQ(textOf(folder / "deep/new.obj"), expected);
   // What can't be written stays as it is.
   folder.write("old.obj", "old");
-  std::filesystem::create_symlink("nowhere", folder / "dangling.obj");
   const struct {
     const char* line;
     const char* reason;
   } cases[] = {
-      {"\"$0\" export-obj blocks.q8 dangling.obj", "dangling.obj: No such file"},
       {"\"$0\" export-obj blocks.q8 none/o.obj", "none/o.obj: No such file"},
       {"\"$0\" export-obj blocks.q8 deep", "deep: Is a directory"},
       {"{ (ulimit -f 0; exec \"$0\" export-obj blocks.q8 old.obj) 2>&1; echo $? > code; } | "
@@ -361,8 +363,6 @@ TEST(Program, TextOutputsTakeTheirPlaceInOneStep) {
     EXPECT_THAT(run.errors(), HasSubstr(reason)) << line;
   }
   EXPECT_EQ(textOf(folder / "old.obj"), "old");
-  EXPECT_TRUE(std::filesystem::is_symlink(folder / "dangling.obj"));
-  EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
 }
 
 TEST(Program, VerifyNamesEachFragmentThatCantBeRead) {
