@@ -159,21 +159,22 @@ bool extrudeLOD1Grid(const Quilt::Grid& grid, const BuildingProgress& progress,
 
 int convertLOD1toTIN(const Larder::StrongPtr<Larder::StringList>& files, const std::string& outFile,
                      const BuildingProgress& progress, const std::string& gridName) {
-  const RunReportScope report;
-  const Quilt::BundlePtr output(new Quilt::Bundle);
-  SurfaceLists surface;
-  for (const std::string& file : *files) {
-    const Quilt::BundlePtr bundle = loadBuildings(file, progress);
-    if (!bundle) return kFileNotLoaded;
-    const int status =
-        workThroughGrids(*bundle, file, "LOD1 Error: ", [&](const Quilt::Grid& grid) {
-          return extrudeLOD1Grid(grid, progress, surface);
-        });
-    if (status != kBuildingsDone) return status;
-  }
-  surface.shape((*output)[0.0]->newGrid(gridName));
-  saveSurface(output, outFile);
-  return kBuildingsDone;
+  return reportingExceptions(outFile, [&] {
+    const Quilt::BundlePtr output(new Quilt::Bundle);
+    SurfaceLists surface;
+    for (const std::string& file : *files) {
+      const Quilt::BundlePtr bundle = loadBuildings(file, progress);
+      if (!bundle) return kFileNotLoaded;
+      const int status =
+          workThroughGrids(*bundle, file, "LOD1 Error: ", [&](const Quilt::Grid& grid) {
+            return extrudeLOD1Grid(grid, progress, surface);
+          });
+      if (status != kBuildingsDone) return status;
+    }
+    surface.shape((*output)[0.0]->newGrid(gridName));
+    saveSurface(output, outFile);
+    return kBuildingsDone;
+  });
 }
 
 }  // namespace Recast

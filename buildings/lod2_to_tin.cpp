@@ -25,41 +25,45 @@ void addIdentifiers(Quilt::Grid& grid, const ShellSurface& surface) {
 
 int convertLOD2toTIN(const Larder::StrongPtr<Larder::StringList>& files, const std::string& outFile,
                      const BuildingProgress& progress, const std::string& gridName) {
-  const RunReportScope report;
-  const Quilt::BundlePtr output(new Quilt::Bundle);
-  ShellSurface surface;
-  for (const std::string& file : *files) {
-    const Quilt::BundlePtr bundle = loadBuildings(file, progress);
-    if (!bundle) return kFileNotLoaded;
-    Larder::Console() << "This is file: " << file;
-    const int status = workThroughGrids(*bundle, file, kComplaint, [&](const Quilt::Grid& grid) {
-      return triangulateLOD2Grid(grid, progress, surface);
-    });
-    if (status != kBuildingsDone) return status;
-    Larder::Console() << "LOD2-> File: " << file
-                      << " processed with tris: " << surface.lists.triangles();
-  }
-  const auto grid = (*output)[0.0]->newGrid(gridName);
-  surface.lists.shape(grid);
-  surface.alignIdentifiers();
-  if (!surface.identifiers->empty()) addIdentifiers(*grid, surface);
-  saveSurface(output, outFile);
-  return kBuildingsDone;
+  return reportingExceptions(outFile, [&] {
+    const Quilt::BundlePtr output(new Quilt::Bundle);
+    ShellSurface surface;
+    for (const std::string& file : *files) {
+      const Quilt::BundlePtr bundle = loadBuildings(file, progress);
+      if (!bundle) return kFileNotLoaded;
+      Larder::Console() << "This is file: " << file;
+      const int status = workThroughGrids(*bundle, file, kComplaint, [&](const Quilt::Grid& grid) {
+        return triangulateLOD2Grid(grid, progress, surface);
+      });
+      if (status != kBuildingsDone) return status;
+      Larder::Console() << "LOD2-> File: " << file
+                        << " processed with tris: " << surface.lists.triangles();
+    }
+    const auto grid = (*output)[0.0]->newGrid(gridName);
+    surface.lists.shape(grid);
+    surface.alignIdentifiers();
+    if (!surface.identifiers->empty()) addIdentifiers(*grid, surface);
+    saveSurface(output, outFile);
+    return kBuildingsDone;
+  });
 }
 
 int convertLOD2toTIN(const Quilt::Grid& source, Quilt::Grid& target,
-                     const BuildingProgress& progress) try {
-  const RunReportScope report;
-  ShellSurface surface;
-  if (!triangulateLOD2Grid(source, progress, surface)) {
-    Larder::Console() << kComplaint;
-    reportFailure("the source grid doesn't have the shape of buildings");
-    return kGridLacksPart;
-  }
-  surface.lists.shape(Larder::StrongPtr<Quilt::Grid>(&target));
-  return kBuildingsDone;
-} catch (const UnreadableFragment& error) {
-  return endUnreadable("the source grid", error);
+                     const BuildingProgress& progress) {
+  return reportingExceptions("the source grid", [&] {
+    try {
+      ShellSurface surface;
+      if (!triangulateLOD2Grid(source, progress, surface)) {
+        Larder::Console() << kComplaint;
+        reportFailure("the source grid doesn't have the shape of buildings");
+        return kGridLacksPart;
+      }
+      surface.lists.shape(Larder::StrongPtr<Quilt::Grid>(&target));
+      return kBuildingsDone;
+    } catch (const UnreadableFragment& error) {
+      return endUnreadable("the source grid", error);
+    }
+  });
 }
 
 }  // namespace Recast

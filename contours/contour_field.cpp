@@ -168,7 +168,7 @@ void traceFragments(CreateContourLinesFromUniform& converter, const ContourField
 void saveLines(CreateContourLinesFromUniform& converter, double time, ContourOutput& output) {
   // Room that was reserved in vain goes back, unless the copy would take more than that.
   if (output.Points.capacity() > 2 * output.Points.size()) output.Points.shrink_to_fit();
-  const auto grid = (*converter.OutBundle)[time]->newGrid("ZRK_ContourLines");
+  const auto grid = (*converter.OutBundle)[time]->newGrid(kContourGrid);
   const Quilt::MemBaseHandle lines(new Quilt::MemArray<1, std::vector<unsigned int>>(
       output.LinesChunk, Quilt::MultiIndex<1>(output.Lines.size()), nullptr));
   const Quilt::MemBaseHandle points(new Quilt::MemArray<1, Heron::PhysicalSpace::point>(

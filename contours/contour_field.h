@@ -4,6 +4,9 @@
 
 namespace Recast {
 
+/// The grid that the lines go to.
+inline constexpr const char* kContourGrid = "ZRK_ContourLines";
+
 /// The work on one field that is offered: contours it, if it is selected, through all fragments and
 /// levels, and saves the lines. Problems go to the converter's `Errors`; a fragment that lacks
 /// data, or has it of another type, is passed over. \param representation of the grid, which holds

@@ -1,6 +1,9 @@
 #include "recast/contours/create_contour_lines.h"
 
+#include <algorithm>
+
 #include "recast/contours/contour_field.h"
+#include "recast/recastbase/run_report.h"
 #include "recast/trelliskinds/grid_kinds.h"
 
 namespace Recast {
@@ -41,26 +44,46 @@ void contourSlice(CreateContourLinesFromUniform& converter, const Quilt::Slice& 
   }
 }
 
-}  // namespace
-
-int CreateContourLinesFromUniform::Run() {
-  if (!Bundle) {
-    Errors.push_back("bundleptr is null");
+int runOnce(CreateContourLinesFromUniform& converter) {
+  if (!converter.Bundle) {
+    converter.Errors.push_back("bundleptr is null");
     return 0;
   }
-  if (!OutBundle) {
-    Errors.push_back("the output bundle is null or not valid");
+  if (!converter.OutBundle) {
+    converter.Errors.push_back("the output bundle is null or not valid");
     return 1;
   }
-  printParameters();
-  for (const auto& [time, slice] : *Bundle) {
+  converter.printParameters();
+  for (const auto& [time, slice] : *converter.Bundle) {
     if (!slice) continue;
     slice->accessSlice();
-    if (!UseThisTime(time)) continue;
-    contourSlice(*this, *slice, time);
+    if (!converter.UseThisTime(time)) continue;
+    contourSlice(converter, *slice, time);
     break;
   }
   return 1;
+}
+
+}  // namespace
+
+bool CreateContourLinesFromUniform::hasLines() const {
+  if (!OutBundle) return false;
+  return std::any_of(OutBundle->begin(), OutBundle->end(), [](const auto& entry) {
+    return static_cast<bool>((*entry.second)(kContourGrid));
+  });
+}
+
+int CreateContourLinesFromUniform::Run() {
+  return reportingExceptions(OutputFile, [this] {
+    const std::size_t errorsBefore = Errors.size();
+    const int status = runOnce(*this);
+    const bool made = hasLines();
+    for (std::size_t n = errorsBefore; n < Errors.size(); ++n)
+      made || n + 1 < Errors.size() ? reportNotice(Errors[n]) : reportFailure(Errors[n]);
+    if (!made && Errors.size() == errorsBefore)
+      reportFailure(OutputFile + ": no contour lines were found");
+    return status;
+  });
 }
 
 }  // namespace Recast

@@ -38,6 +38,9 @@ class RECAST_API CreateContourLinesFromUniform : public BasicConverterDefs {
   /// std::bad_alloc
   int Run() override;
 
+  /// Whether `OutBundle` holds contour lines.
+  bool hasLines() const;
+
   /// The field whose values are cut into levels; empty for the contoured field, whose name it then
   /// gets.
   std::string SliceField;

@@ -69,7 +69,7 @@ void inTurns(std::size_t threads, std::size_t tasks,
     std::vector<std::jthread> others;
     try {
       for (std::size_t thread = 1; thread < threads; ++thread) others.emplace_back(work, thread);
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
       // There are no more threads: those that there are do it all.
     }
     work(0);

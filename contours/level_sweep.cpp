@@ -93,17 +93,18 @@ std::size_t LevelSweep::run(std::span<const float> levels, ContourOutput& output
 /// From a sample of the tiles. The edges that a tile shares are counted with it, which is the
 /// margin.
 LevelSweep::Expected LevelSweep::expectedVertices(std::span<const float> levels) {
-  constexpr Index kOneIn = 61;  // odd, so that all columns have their turn
+  // Not a divisor of the number of columns, so that the sample isn't taken from one of them alone.
+  const Index oneIn = index_.columns() % 61 == 0 ? 62 : 61;
   EdgeNet net;
   Expected expected;
   for (const float level : levels) {
     reset(net, level);
-    for (Index tile = 0; tile < index_.columns() * index_.rows(); tile += kOneIn) {
+    for (Index tile = 0; tile < index_.columns() * index_.rows(); tile += oneIn) {
       const Index column = tile % index_.columns();
       net.forget(column * TileIndex::kSide, TileIndex::kSide);
       scanTile(column, tile / index_.columns(), {&net, 1});
     }
-    const std::size_t vertices = net.size() * static_cast<std::size_t>(kOneIn);
+    const std::size_t vertices = net.size() * static_cast<std::size_t>(oneIn);
     expected.ofAll += vertices;
     expected.most = std::max(expected.most, vertices);
   }

@@ -21,7 +21,7 @@ struct FragmentPlanes {
 /// and stitched one after the other in their order, so that the output is that of one thread.
 ///
 /// Beside the output it takes about as much memory as the fragment's arrays, or what one level
-/// needs if that is more: 12 bytes for each edge that it crosses.
+/// needs if that is more: 12 bytes, or 16 with `useSliceField`, for each edge that it crosses.
 class LevelSweep {
  public:
   /// \param own the cells to trace, at least one. \param threads at least 1.

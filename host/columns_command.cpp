@@ -1,3 +1,4 @@
+#include <map>
 #include <memory>
 
 #include "column_description.h"
@@ -37,11 +38,16 @@ std::string typeNames(const Recast::ColumnAsciiToPointCloudQ8& converter) {
   return text;
 }
 
-void addColumn(Recast::ColumnAsciiToPointCloudQ8& converter, const std::string& text) {
+/// \param types of the columns so far, by their names
+void addColumn(Recast::ColumnAsciiToPointCloudQ8& converter,
+               std::map<std::string, std::string>& types, const std::string& text) {
   ColumnDescription column;
   if (!parseColumn(text, column)) refuse("--column " + text, "is not TYPE:NAME:POS[,POS...]");
   const std::string error = converter.addColumn(column.type, column.name, column.positions);
   if (!error.empty()) refuse("--column", error + "; types are " + typeNames(converter));
+  const auto [first, isNew] = types.try_emplace(column.name, column.type);
+  if (!isNew && first->second != column.type)
+    refuse("--column " + text, "a column of that name has the type " + first->second);
   const bool three = column.type == "point" || column.type == "vector" || column.type == "rgb";
   if (column.positions.size() > (three ? 3 : 1))
     refuse("--column " + text, three ? "takes at most three positions" : "takes one position");
@@ -77,7 +83,8 @@ void run(Options& options) {
   if (options.columns.empty()) refuse("--column", "is required; types are " + typeNames(converter));
   if (options.output.empty()) refuse("--output", "is required");
   if (options.files.empty()) refuse("files", "are required");
-  for (const std::string& column : options.columns) addColumn(converter, column);
+  std::map<std::string, std::string> types;
+  for (const std::string& column : options.columns) addColumn(converter, types, column);
   convert(options);
 }
 

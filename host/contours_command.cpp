@@ -2,7 +2,6 @@
 #include <memory>
 
 #include "commands.h"
-#include "messages.h"
 #include "outcome.h"
 #include "tile_writer.h"
 
@@ -90,25 +89,20 @@ void setUp(CreateContourLinesFromUniform& run, const Options& options) {
   }
 }
 
-/// \throw Failure if there are any
-void reportErrors(const std::vector<std::string>& errors, int code) {
-  for (std::size_t n = 0; n + 1 < errors.size(); ++n) notify("recast: " + errors[n]);
-  if (!errors.empty()) throw Failure(code, errors.back());
-}
-
 void run(const Options& options) {
   CreateContourLinesFromUniform contours;
   contours.InputFiles = options.files;
-  contours.loadFilesIntoBundle(Recast::myReadType::Replace);
-  reportErrors(contours.Errors, kBadInput);
+  if (!contours.loadFilesIntoBundle(Recast::myReadType::Replace))
+    throw Failure(kBadInput, contours.Errors.back());
   setUp(contours, options);
+  const std::uint64_t unreadBefore = Quilt::failedReads();
   const auto sentence = [&](int) {
     return options.output + ": not written, since no contour lines were found";
   };
   runConversion({.sentence = sentence}, [&] {
     contours.Run();
-    reportErrors(contours.Errors, kNoLines);
-    return contours.OutBundle->getGridIdentifiers().empty() ? kNoLines : 0;
+    if (contours.hasLines()) return 0;
+    return Quilt::failedReads() == unreadBefore ? kNoLines : int{kBadInput};
   });
 }
 

@@ -61,6 +61,7 @@ void printNotices(bool (*isWanted)(const std::string&)) {
 
 void runConversion(const Conversion& conversion, const std::function<int()>& convert) {
   if (const std::string unread = readFailures(); !unread.empty()) throw Failure(kBadInput, unread);
+  noticesPrinted = 0;
   int status = 0;
   bool isOutOfRange = false;
   try {
@@ -68,7 +69,6 @@ void runConversion(const Conversion& conversion, const std::function<int()>& con
   } catch (const std::out_of_range&) {
     isOutOfRange = true;
   }
-  noticesPrinted = 0;
   printNotices(conversion.isWanted);
   if (isOutOfRange)
     throw Failure(kOutOfRange,

@@ -15,7 +15,7 @@ constexpr const char* kGrid = "raster";
 
 /// The reader places rasters in a frame, for which the grid of contours has no use.
 bool isWanted(const std::string& notice) {
-  return notice.find("world frame") == std::string::npos;
+  return notice.find(": lies left of or below the world frame") == std::string::npos;
 }
 
 /// A distance as a whole number of cells; nothing if it is none, to a thousandth of a cell.

@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -49,29 +48,11 @@ Recast::RefragmentationParameters parametersOf(const Options& options) {
   return parameters;
 }
 
-/// The name of a field's file in the folder of external files.
-std::string externalName(std::string field) {
-  for (std::size_t at = field.find('/'); at != std::string::npos; at = field.find('/', at))
-    field.replace(at, 1, "%2F");
-  return field + ".q8";
-}
-
-/// The files that the run is going to write beside the output.
-std::vector<std::string> externalFiles(const Recast::RefragmentationPlan& plan) {
-  std::vector<std::string> files;
-  const auto slice = (*plan.source)(plan.parameters.time);
-  const auto grid = slice ? (*slice)(plan.gridName) : nullptr;
-  if (plan.parameters.extLink.empty() || !grid) return files;
-  std::error_code ignored;
-  const auto target = std::filesystem::weakly_canonical(plan.parameters.outFile, ignored);
-  const auto folder = target.parent_path() / plan.parameters.extLink;
-  for (const auto& [id, skeleton] : grid->skeletons())
-    for (const auto& representation : skeleton->representations())
-      representation->iterate([&](const Quilt::FieldID& field, const Quilt::Field&) {
-        files.push_back(folder / externalName(field.name()));
-        return true;
-      });
-  return files;
+/// Refuses files to be written that are inputs, or hold fields of one.
+void checkOutputs(const Recast::RefragmentationPlan& plan) {
+  std::vector<std::string> outputs = Recast::externalFilesOf(plan);
+  outputs.push_back(plan.parameters.outFile);
+  refuseInputAsOutput(outputs, plan.source->sourceFiles());
 }
 
 void run(const Options& options) {
@@ -86,7 +67,7 @@ void run(const Options& options) {
   for (const std::string& line : plan.description()) std::cout << line << "\n";
   std::cout << std::flush;
   if (options.planOnly) return;
-  refuseInputAsOutput(externalFiles(plan), options.files);
+  checkOutputs(plan);
   runConversion({.sentence = sentence}, [&] {
     failure = Recast::runRefragmentation(plan, Larder::makeStrong<ProgressLine>());
     return failure.empty() ? 0 : kRefused;

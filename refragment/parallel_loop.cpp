@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
-#include <future>
+#include <latch>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -51,14 +50,13 @@ int threadsFor(int wanted, int byDefault, std::uint64_t count) {
 
 /// How many threads the system gives at this moment, up to `wanted`, this one among them.
 int creatableThreads(int wanted) {
-  std::promise<void> allMade;
-  const std::shared_future<void> end = allMade.get_future().share();
+  std::latch allMade(1);
   std::vector<std::jthread> probes;
   try {
-    for (int i = 1; i < wanted; ++i) probes.emplace_back([end] { end.wait(); });
-  } catch (const std::system_error&) {
+    for (int i = 1; i < wanted; ++i) probes.emplace_back([&allMade] { allMade.wait(); });
+  } catch (const std::exception&) {  // no more threads, or no memory for them
   }
-  allMade.set_value();
+  allMade.count_down();
   return 1 + static_cast<int>(probes.size());
 }
 

@@ -45,14 +45,24 @@ Quilt::StorageHandle storageFor(const ParaBox& box) {
   return storage;
 }
 
-std::string externalFileFor(const ParaBox& box, const std::string& fieldName) {
-  const std::filesystem::path file =
-      MyStorage(box.ExtLink)
-          .getExternalLocation(0.0, "", Quilt::SkeletonID(0, 0), "", fieldName)
-          .first;
-  // A relative one counts from the folder of the output file.
-  return file.empty() ? std::string()
-                      : (std::filesystem::path(box.OutFile).parent_path() / file).string();
+std::vector<std::string> externalFilesOf(const RefragmentationPlan& plan) {
+  std::vector<std::string> files;
+  const auto slice = plan.source ? (*plan.source)(plan.parameters.time) : nullptr;
+  const auto grid = slice ? (*slice)(plan.gridName) : nullptr;
+  const auto representation = grid ? grid->getCartesianRepresentation("") : nullptr;
+  if (!representation) return files;
+  std::error_code error;
+  const auto output = std::filesystem::weakly_canonical(plan.parameters.outFile, error);
+  const MyStorage storage(plan.parameters.extLink);
+  representation->iterate([&](const Quilt::FieldID& id, const Quilt::Field&) {
+    if (!plan.fieldNames.empty() && !plan.fieldNames.contains(id.name())) return true;
+    const auto [file, place] =
+        storage.getExternalLocation(0.0, "", Quilt::SkeletonID(0, 0), "", id.name());
+    // A relative one counts from the folder of the output file.
+    if (!file.empty()) files.push_back((output.parent_path() / file).string());
+    return true;
+  });
+  return files;
 }
 
 }  // namespace Recast

@@ -67,17 +67,18 @@ RefragmentationPlan planFor(const RefragmentationParameters& parameters) {
 
 std::string planRefragmentation(const RefragmentationParameters& parameters,
                                 RefragmentationPlan& plan) {
-  const RunReportScope report;
-  RefragmentationPlan made;
-  std::string failure;
-  try {
-    made = planFor(parameters);
-  } catch (const RunEnd& end) {
-    failure = end.what();
-    reportFailure(end.reason());
-  }
-  plan = std::move(made);
-  return failure;
+  return reportingExceptions(parameters.outFile, [&] {
+    RefragmentationPlan made;
+    std::string failure;
+    try {
+      made = planFor(parameters);
+    } catch (const RunEnd& end) {
+      failure = end.what();
+      reportFailure(end.reason());
+    }
+    plan = std::move(made);
+    return failure;
+  });
 }
 
 }  // namespace Recast

@@ -54,6 +54,10 @@ struct RECAST_API RefragmentationPlan {
 RECAST_API std::string planRefragmentation(const RefragmentationParameters& parameters,
                                            RefragmentationPlan& plan);
 
+/// The files beside the output that a plan is going to write, one for each field that isn't kept in
+/// the output; none without `extLink`.
+RECAST_API std::vector<std::string> externalFilesOf(const RefragmentationPlan& plan);
+
 /// Carries a plan out; the output file is in place when it ends with success.
 ///
 /// A run that fails leaves the output file, and external ones, as they were if it has stored no

@@ -42,8 +42,6 @@ Quilt::BundlePtr openOutput(const ParaBox& box) {
     Larder::Console() << bound.text;
     throw RunEnd("no bundle", bound.text);
   }
-  output->setAttribute("Refragmentation: ", Larder::singleValue(box.Summary));
-  output->setAttribute("Version:", Larder::singleValue(std::string("0.99")));
   return output;
 }
 
@@ -183,26 +181,20 @@ void refragment(ParaBox& box, const Quilt::BundlePtr& source, const SourceCloud&
                     << static_cast<double>(box.PointsTotal) * 1e-06 << " [Mio].";
 }
 
-/// The output file or, if that is none of the inputs and an external file is, that one.
-std::string fileAtRisk(const ParaBox& box, const SourceCloud& cloud,
-                       const std::vector<std::string>& inputs) {
-  std::string file = box.OutFile;
-  cloud.representation->iterate([&](const Quilt::FieldID& id, const Quilt::Field&) {
-    const std::string external =
-        box.isWanted(id.name()) ? externalFileFor(box, id.name()) : std::string();
-    const bool isInput = std::any_of(inputs.begin(), inputs.end(), [&](const std::string& input) {
-      return isSameFile(input, external);
-    });
-    if (isInput) file = external;
-    return !isInput;
-  });
-  return file;
+/// All files that the run reads, external files of the input included.
+std::vector<std::string> inputsOf(const RefragmentationPlan& plan) {
+  std::vector<std::string> inputs = plan.source->sourceFiles();
+  if (const auto& files = plan.parameters.files)
+    inputs.insert(inputs.end(), files->begin(), files->end());
+  return inputs;
 }
 
-std::vector<std::string> inputsOf(const RefragmentationPlan& plan) {
-  const auto& files = plan.parameters.files;
-  return files ? std::vector<std::string>(files->begin(), files->end())
-               : std::vector<std::string>();
+/// The output file or, if one of the external files is an input, that one.
+std::string fileAtRisk(const RefragmentationPlan& plan, const std::vector<std::string>& inputs) {
+  for (const std::string& external : externalFilesOf(plan))
+    for (const std::string& input : inputs)
+      if (isSameFile(input, external)) return external;
+  return plan.parameters.outFile;
 }
 
 void carryOut(const RefragmentationPlan& plan,
@@ -210,9 +202,11 @@ void carryOut(const RefragmentationPlan& plan,
   ParaBox box(plan, progress);
   const SourceCloud cloud = findCloud(box, plan);
   const std::vector<std::string> inputs = inputsOf(plan);
-  const std::string atRisk = fileAtRisk(box, cloud, inputs);
+  const std::string atRisk = fileAtRisk(plan, inputs);
   Quilt::BundlePtr output = openOutput(box);
   RunOutput outcome(output, atRisk, inputs);
+  output->setAttribute("Refragmentation: ", Larder::singleValue(box.Summary));
+  output->setAttribute("Version:", Larder::singleValue(std::string("0.99")));
   refragment(box, plan.source, cloud, output, plan.gridName);
   outcome.complete();
 }
@@ -221,17 +215,18 @@ void carryOut(const RefragmentationPlan& plan,
 
 std::string runRefragmentation(const RefragmentationPlan& plan,
                                const Larder::StrongPtr<Larder::LoaderProgress>& progress) {
-  const RunReportScope report;
-  try {
-    carryOut(plan, progress);
-    return {};
-  } catch (const RunEnd& end) {
-    reportFailure(end.reason());
-    return end.what();
-  } catch (const Quilt::StorageError& error) {
-    reportFailure(error.what());
-    return error.what();
-  }
+  return reportingExceptions(plan.parameters.outFile, [&]() -> std::string {
+    try {
+      carryOut(plan, progress);
+      return {};
+    } catch (const RunEnd& end) {
+      reportFailure(end.reason());
+      return end.what();
+    } catch (const Quilt::StorageError& error) {
+      reportFailure(error.what());
+      return error.what();
+    }
+  });
 }
 
 }  // namespace Recast

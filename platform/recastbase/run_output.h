@@ -18,7 +18,7 @@ RECAST_API bool isSameFile(const std::string& a, const std::string& b);
 ///   fragment, or if the target is one of its inputs. Otherwise the file is completed with the
 ///   fragments stored so far; if that fails too, the run's report has a notice of it.
 ///
-/// To be made inside the scope of the run's report, as soon as the bundle is bound.
+/// To be made as soon as the bundle is bound; the notice goes to the thread's last report.
 class RECAST_API RunOutput {
  public:
   /// \pre the bundle is bound to `target`. \param inputs the files that the run reads.

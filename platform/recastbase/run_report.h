@@ -45,20 +45,29 @@ struct [[nodiscard]] RunOutcome {
 /// \param subject begins the sentence for a lack of memory.
 void reportException(const std::string& subject);
 
+/// For converters: does the work of one exported call inside a scope, and returns its result. What
+/// it throws is the report's failure. \param subject begins the sentence for a lack of memory.
+template <class Work>
+auto reportingExceptions(const std::string& subject, Work work) {
+  const RunReportScope scope;
+  try {
+    return work();
+  } catch (...) {
+    reportException(subject);
+    throw;
+  }
+}
+
 /// For converters: does the work of one exported call inside a scope. What it returns, or throws,
 /// is the report's failure. \param subject the file that the call is about. \param work gives a
 /// RunOutcome. \return its status.
 template <class Work>
 int reportedRun(const std::string& subject, Work work) {
-  const RunReportScope scope;
-  try {
+  return reportingExceptions(subject, [&work] {
     RunOutcome outcome = work();
     reportFailure(std::move(outcome.failure));
     return outcome.status;
-  } catch (...) {
-    reportException(subject);
-    throw;
-  }
+  });
 }
 
 }  // namespace Recast

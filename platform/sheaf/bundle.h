@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "recast/larder/loader_parameters.h"
 #include "recast/larder/progress.h"
@@ -55,7 +56,7 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   /// Works on a copy, so that the file stays whole until completion. A file that isn't there fails.
   BindResult bindTo(const std::string& name, const StorageHandle& storage = nullptr,
                     const ProgressHandle& progress = nullptr);
-  /// False once binding has failed.
+  /// False once binding has failed for a bundle that wasn't bound.
   bool isValid() const { return valid_; }
 
   /// Loads the structure of a file; arrays are read on request.
@@ -85,6 +86,9 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   void abandon();
   /// The fragments handed to the file since the bundle was bound; 0 if it isn't bound.
   std::size_t storedFragments() const;
+  /// The files from which data of the bundle was loaded, external files of fields included;
+  /// absolute names, each once.
+  std::vector<std::string> sourceFiles() const;
 
   /// The slice at that time, made if missing. \pre `time` is a number
   Larder::StrongPtr<Slice> operator[](double time);
@@ -110,8 +114,7 @@ class RECAST_API Bundle : public Larder::ReferenceBase<Bundle>, public Larder::A
   bool valid_ = true;
 };
 
-/// A shared owner of a bundle. Tests true while the bundle is valid: a failed binding makes it
-/// false.
+/// A shared owner of a bundle. Tests true while the bundle is valid (`Bundle::isValid`).
 class RECAST_API BundlePtr : public Larder::StrongPtr<Bundle> {
  public:
   BundlePtr() = default;

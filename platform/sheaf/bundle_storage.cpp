@@ -1,3 +1,5 @@
+#include <set>
+
 #include "recast/larder/console.h"
 #include "recast/sheaf/bundle.h"
 #include "recast/sheaf/storage/bundle_writer.h"
@@ -111,18 +113,40 @@ void Bundle::sync() {
   dropFromCache();
 }
 
-void Bundle::dropFromCache() const {
-  const auto drop = [](const CreatorHandle& creator) {
-    if (creator && creator->stored()) creator->dropFromCache();
-  };
-  for (const auto& [time, slice] : slices_)
+namespace {
+
+template <class Visit>
+void forEachField(const Bundle& bundle, Visit visit) {
+  for (const auto& [time, slice] : bundle)
     for (const auto& [gridID, grid] : *slice)
       for (const auto& [skeletonID, skeleton] : grid->skeletons())
         for (const auto& representation : skeleton->representations())
-          representation->iterate([&drop](const FieldID&, const Field& field) {
-            field.forEachMadeCreator(drop);
+          representation->iterate([&visit](const FieldID&, const Field& field) {
+            visit(field);
             return true;
           });
+}
+
+}  // namespace
+
+void Bundle::dropFromCache() const {
+  forEachField(*this, [](const Field& field) {
+    field.forEachMadeCreator([](const CreatorHandle& creator) {
+      if (creator && creator->stored()) creator->dropFromCache();
+    });
+  });
+}
+
+std::vector<std::string> Bundle::sourceFiles() const {
+  std::set<std::string> files;
+  forEachField(*this, [&files](const Field& field) {
+    for (auto source = field.source(); source; source = source->former())
+      if (const auto loaded = source.castTo<Storage::LoadedField>()) {
+        files.insert(loaded->bundleFile()->path());
+        files.insert(loaded->place()->file().path());
+      }
+  });
+  return {files.begin(), files.end()};
 }
 
 }  // namespace Quilt

@@ -223,7 +223,7 @@ void useConverters() {
       &triangle_contains, &is_ear_tip);
   use(&converterEsriRasterToQ8, &readDGM, &readDGMAsGrd, &readDGMAsTxt, &addToUniformGrid,
       &uniformToPointCloud, &importTerrainTile);
-  use(&spatialRefragmentation, &planRefragmentation, &runRefragmentation,
+  use(&spatialRefragmentation, &planRefragmentation, &runRefragmentation, &externalFilesOf,
       &RefragmentationPlan::description, &Contours::overlapsToCells);
   use(&isSameFile, &lastRunReport, &showBadLine, &ColumnAsciiToPointCloudQ8::addColumn,
       &ColumnAsciiToPointCloudQ8::createOutString, &ColumnAsciiToPointCloudQ8::convertASCIIToQ8);
