@@ -80,8 +80,10 @@ CreatorHandle Field::setPersistentData(const MemBaseHandle& array,
   const CreatorHandle creator(new CreativeArrayBase(array));
   if (!text.empty()) creator->setAttribute("Source", Larder::singleValue(text));
   CreatorHandle former;  // destroyed outside the lock
+  std::string formerType;
   {
     const std::lock_guard lock(mutex_);
+    formerType = typeName_;
     if (own) {
       if (creators_.size() < fragments_->NumberOfFragmentIDs())
         creators_.resize(fragments_->NumberOfFragmentIDs());
@@ -93,8 +95,23 @@ CreatorHandle Field::setPersistentData(const MemBaseHandle& array,
       typeName_ = creator->typeName();
   }
   renewAge();
-  handOver(own, creator, array, cache);
+  try {
+    handOver(own, creator, array, cache);
+  } catch (...) {
+    restore(own, creator, former, formerType);
+    throw;
+  }
   return creator;
+}
+
+/// Takes back data that was refused, unless other data has its place by now.
+void Field::restore(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& refused,
+                    const CreatorHandle& former, const std::string& formerType) {
+  const std::lock_guard lock(mutex_);
+  CreatorHandle& slot = fragment ? creators_[fragment->number()] : whole_;
+  if (slot != refused) return;
+  slot = former;
+  typeName_ = formerType;
 }
 
 /// Whether some data of the field is of another type. \pre `mutex_` is held.

@@ -87,8 +87,8 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   /// array goes to the file under the bundle's rules. \param text where the data comes from, kept
   /// as the attribute "Source"; empty for none. The field takes the element type of the array when
   /// all that it holds is of that type. \return the creator of the data, null if `array` is.
-  /// \throw StorageError if writing has failed, or in a bound bundle if the field holds data of
-  /// another type.
+  /// \throw StorageError if writing has failed, or in a bound bundle if the array can't be stored,
+  /// such as one of another type than the field's; the field is as it was then.
   CreatorHandle setPersistentData(const MemBaseHandle& array,
                                   const Larder::StrongPtr<FragmentID>& fragment,
                                   Larder::Cache& cache, const std::string& text);
@@ -153,6 +153,8 @@ class RECAST_API Field : public Larder::ReferenceBase<Field>,
   Larder::StrongPtr<FragmentID> ownIdentifier(const Larder::StrongPtr<FragmentID>& fragment);
   CreatorHandle wholeCreator() const;
   bool holdsOtherThan(const std::string& typeName) const;
+  void restore(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& refused,
+               const CreatorHandle& former, const std::string& formerType);
   void handOver(const Larder::StrongPtr<FragmentID>& fragment, const CreatorHandle& creator,
                 const MemBaseHandle& array, Larder::Cache& cache);
 

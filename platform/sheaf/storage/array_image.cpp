@@ -73,18 +73,16 @@ void makeSingle(ArrayImage& image, std::size_t components, bool shift) {
   if (shift) image.shift = shifts;
 }
 
-/// The bytes of a long double that are no part of the number hold whatever memory held before.
-void clearPadding(ArrayImage& image) {
-  constexpr std::size_t kUsed = std::numeric_limits<long double>::digits == 64 ? 10 : 16;
-  image.own.assign(image.bytes.begin(), image.bytes.end());
-  for (std::size_t i = 0; i < image.own.size(); i += sizeof(long double))
-    std::fill(image.own.begin() + static_cast<std::ptrdiff_t>(i + kUsed),
-              image.own.begin() + static_cast<std::ptrdiff_t>(i + sizeof(long double)),
-              std::byte{0});
-  image.bytes = image.own;
-}
-
 }  // namespace
+
+std::vector<std::byte> withoutPadding(std::span<const std::byte> longDoubles) {
+  constexpr std::size_t kUsed = std::numeric_limits<long double>::digits == 64 ? 10 : 16;
+  std::vector<std::byte> bytes(longDoubles.size());
+  for (std::size_t i = 0; i < bytes.size(); i += sizeof(long double))
+    std::copy_n(longDoubles.begin() + static_cast<std::ptrdiff_t>(i), kUsed,
+                bytes.begin() + static_cast<std::ptrdiff_t>(i));
+  return bytes;
+}
 
 bool hasAllElements(const MemBase& array) {
   const HyperslabParameters lie = array.getHyperslabParameters();
@@ -108,7 +106,10 @@ ArrayImage makeImage(const MemBaseHandle& array, const StoreRules& rules, bool w
   if (rules.computeExtent && (withExtent || (single && rules.shift)))
     image.extent = extentOf(*array, image.bytes);
   if (single) makeSingle(image, type.Components, rules.shift);
-  if (type.ComponentTypeName == "long double") clearPadding(image);
+  if (type.ComponentTypeName == "long double") {
+    image.own = withoutPadding(image.bytes);
+    image.bytes = image.own;
+  }
   return image;
 }
 

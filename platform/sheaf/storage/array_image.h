@@ -34,6 +34,10 @@ struct ArrayImage {
   std::vector<std::byte> own;  ///< the bytes, if they are not the array's own
 };
 
+/// The same numbers with zeros in those bytes of a long double that are no part of the number,
+/// which hold whatever memory held before.
+std::vector<std::byte> withoutPadding(std::span<const std::byte> longDoubles);
+
 /// Whether the memory of an array holds all elements of its shape.
 bool hasAllElements(const MemBase& array);
 

@@ -6,6 +6,7 @@
 
 #include "recast/larder/type_name.h"
 #include "recast/meadow/quilt_type.h"
+#include "recast/sheaf/storage/array_image.h"
 #include "recast/sheaf/storage/element_layout.h"
 #include "recast/sheaf/storage/hdf5_calls.h"
 #include "recast/sheaf/storage/link_names.h"
@@ -72,8 +73,15 @@ void writeChunk(hid_t object, const std::string& name, const Larder::ChunkBase& 
   const auto axes = datasetAxes(DynamicSize({chunk.elements()}), layout.components);
   const Id space = own(H5Screate_simple(static_cast<int>(axes.size()), axes.data(), nullptr),
                        "write attribute", name);
-  write(object, name, fileType(layout.memoryType, false), layout.memoryType, space,
-        chunk.elements() > 0 ? chunk.const_data_ptr() : nullptr);
+  const void* numbers = chunk.elements() > 0 ? chunk.const_data_ptr() : nullptr;
+  std::vector<std::byte> own;
+  if (numbers != nullptr && chunk.getType() == typeid(long double)) {
+    const std::span bytes(static_cast<const std::byte*>(numbers),
+                          chunk.elements() * sizeof(long double));
+    own = withoutPadding(bytes);
+    numbers = own.data();
+  }
+  write(object, name, fileType(layout.memoryType, false), layout.memoryType, space, numbers);
   if (layout.components > 1) writeText(object, companionOf(name).c_str(), type->TypeName);
 }
 

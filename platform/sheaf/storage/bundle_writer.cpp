@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <system_error>
 
 #include "recast/sheaf/storage/link_names.h"
 #include "recast/sheaf/storage/structure_writer.h"
@@ -41,12 +40,13 @@ BundleWriter::BundleWriter(const std::string& target, const StorageHandle& stora
       pool_(workersFor(*storage_)) {
   try {
     thread_ = std::thread([this] { work(); });
-  } catch (const std::system_error&) {  // `enqueue` writes in the caller's thread then
+  } catch (const std::exception&) {  // `enqueue` writes in the caller's thread then
   }
 }
 
 BundleWriter::~BundleWriter() {
   stopWorking();
+  const Hdf5Lock lock(file()->state());  // what can't be closed concerns this file alone
   lastStore_ = nullptr;
   stores_.clear();
 }
@@ -65,10 +65,10 @@ void BundleWriter::store(const Placement& place, const Field& field,
     files_.refuse(place, "its array has no memory");
   if (!computed && !hasAllElements(*array))
     files_.refuse(place, "its array has a shape that is larger than its memory");
-  ++storedFragments_;
   const bool isList = array->getType() == typeid(std::vector<unsigned int>);
   Job job;
   job.store = storeOf(place, field);
+  ++storedFragments_;
   job.bytes = array->memsize();
   job.incoming.fragment = fragment;
   job.incoming.creator = creator;
@@ -130,10 +130,8 @@ std::shared_ptr<FieldStore> BundleWriter::storeOf(const Placement& place, const 
       lastStore_->typeName() == typeName)
     return lastStore_;
   const auto store = findStore(place, field, typeName);
-  if (const auto own = field.placement(); own.rawptr() == &place) {
-    lastStore_ = store;
-    lastPlace_ = own;
-  }
+  lastStore_ = store;
+  lastPlace_ = Larder::StrongPtr<Placement>(const_cast<Placement*>(&place));  // counted, if kept
   return store;
 }
 
@@ -275,17 +273,17 @@ void BundleWriter::startBringing(std::size_t bytes) {
   if (!mine) return;
   if (bringing_.valid() && bringing_.wait_for(0s) != std::future_status::ready) return;
   writtenBytes_ = 0;
-  std::vector<const PartialFile*> files;
-  {
-    const std::lock_guard lock(mutex_);
-    files = files_.partialFiles();
-  }
   // It takes as long as to write, and is nothing to wait for.
   try {
+    std::vector<const PartialFile*> files;
+    {
+      const std::lock_guard lock(mutex_);
+      files = files_.partialFiles();
+    }
     bringing_ = std::async(std::launch::async, [files = std::move(files)] {
       for (const PartialFile* file : files) file->startBringing();
     });
-  } catch (const std::system_error&) {  // no thread: the end waits for the disk a little longer
+  } catch (const std::exception&) {  // no thread: the end waits for the disk a little longer
   }
 }
 

@@ -14,6 +14,14 @@ void makeFolder(const std::filesystem::path& folder) {
   if (error) throw StorageError(folder.string(), "make the folder", error.message());
 }
 
+/// \throw StorageError if that can't be found out
+bool isThere(const std::string& file) {
+  std::error_code error;
+  const bool there = std::filesystem::exists(file, error);
+  if (error) throw StorageError(file, "open", error.message());
+  return there;
+}
+
 /// The links of a place that the rules tell as a text, in which HDF5 could not hold a ".".
 LinkPath externalPath(const std::string& text) {
   LinkPath path = splitPath(text);
@@ -104,7 +112,7 @@ const FileHandle& OutputFiles::fileFor(const Placement& place, LinkPath& path) {
   if (target.is_relative())
     target = std::filesystem::path(main_.partial->target()).parent_path() / target;
   const std::string targetName = target.lexically_normal().string();
-  if (stays && !external_.contains(targetName) && !std::filesystem::exists(targetName))
+  if (stays && !external_.contains(targetName) && !isThere(targetName))
     refuse(place, "it lies in " + name + ", which is gone");
   const auto [claim, isNew] =
       externalPlaces_.try_emplace(targetName + joined(insidePath), joined(mainPath));
@@ -136,7 +144,7 @@ const OutputFiles::OutputFile& OutputFiles::external(const std::string& target) 
   if (const auto present = external_.find(target); present != external_.end())
     return present->second;
   makeFolder(std::filesystem::path(target).parent_path());
-  const bool changed = existing_ && std::filesystem::exists(target);
+  const bool changed = existing_ && isThere(target);
   return external_.emplace(target, openFile(target, changed)).first->second;
 }
 

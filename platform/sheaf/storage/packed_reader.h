@@ -11,9 +11,9 @@
 
 namespace Quilt::Storage {
 
-/// Reads the fragments that stand one behind the other in a dataset "@packed". Keeps the chunk that
-/// was read last, since fragments are mostly read in the order in which they stand, and many share
-/// a chunk.
+/// Reads the fragments that stand one behind the other in a dataset "@packed". Keeps the chunks
+/// that were read last, since fragments are mostly read in the order in which they stand, and many
+/// share a chunk.
 ///
 /// Safe in several threads at once, also while the file grows: what is in it does not change.
 class PackedReader {

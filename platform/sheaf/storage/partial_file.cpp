@@ -37,7 +37,9 @@ std::string resolved(const std::string& name) {
     if (error) failWith(name, "create", error.value());
     path = path.parent_path() / next;
   }
-  return path.string();
+  // Links to external files count from the real folder.
+  const auto folder = std::filesystem::canonical(path.parent_path(), error);
+  return error ? path.string() : (folder / path.filename()).string();
 }
 
 /// The name, if it can be one of a file. \throw StorageError
@@ -166,13 +168,19 @@ void PartialFile::putInPlaceKeepingFormer() {
       return;
     }
     const std::string kept = target_ + ".former";
-    unlink(kept.c_str());  // of a killed process
-    if (link(target_.c_str(), kept.c_str()) == 0) former_ = kept;
+    // Without hard links the target is missing for a moment.
+    if (link(target_.c_str(), kept.c_str()) != 0 &&
+        (errno == EEXIST || rename(target_.c_str(), kept.c_str()) != 0))
+      failWith(kept, "keep the former file", errno);
+    former_ = kept;
   }
   try {
     putInPlace();
   } catch (...) {
-    dropFormer();
+    if (access(target_.c_str(), F_OK) == 0)
+      dropFormer();
+    else
+      static_cast<void>(rename(former_.c_str(), target_.c_str()));
     throw;
   }
 }

@@ -165,7 +165,8 @@ StoredArray::OpenNumbers StoredArray::openNumbers() const {
 }
 
 std::unique_ptr<PieceReader> StoredArray::openPieces() {
-  if (data_.lie != Lie::Dataset || data_.shifted != 0 || isReplaced()) return nullptr;
+  if (data_.lie != Lie::Dataset || data_.shifted != 0 || isReplaced() || !hasAttributes())
+    return nullptr;
   try {
     auto reader = std::make_unique<StretchReader>(openStretch());
     if (!reader->usable()) return nullptr;

@@ -1,5 +1,6 @@
 #include "recast/sheaf/storage/structure_loader.h"
 
+#include <algorithm>
 #include <set>
 
 #include "recast/larder/console.h"
@@ -30,21 +31,18 @@ bool isSameLattice(const IdentifierContent& content, const FragmentIDCollection&
 
 bool holdsData(const Field& field, const std::string& fragment) {
   const auto fragments = field.getFragmentIDCollection();
-  return fragments && field.hasData(fragments->findFragmentIDByName(fragment));
+  const auto id = fragments ? fragments->findFragmentIDByName(fragment) : nullptr;
+  return id && field.hasData(id);
 }
 
-/// Calls `visit` with the names of the fragments of which the file has data in a field.
-template <class Visit>
-void forEachFragmentWithData(const RepresentationContent& content, Visit visit) {
-  std::map<std::string, const IdentifierContent*> donors;
-  for (const FieldContent& field : content.fields) {
-    if (field.donor.empty()) donors[field.name] = &field.identifiers;
-    const IdentifierContent& identifiers =
-        *donors.at(field.donor.empty() ? field.name : field.donor);
-    for (std::size_t i = 0; i < field.table.size(); ++i)
-      if (field.table.hasData(i) && field.table.number(i) != FragmentRow::kUndivided)
-        visit(field, identifiers.nameOf(static_cast<std::size_t>(field.table.number(i))));
-  }
+/// The identifiers that a field of the file lists or shares.
+const IdentifierContent& identifiersIn(const RepresentationContent& content,
+                                       const FieldContent& field) {
+  if (field.donor.empty()) return field.identifiers;
+  const auto donor =
+      std::find_if(content.fields.begin(), content.fields.end(),
+                   [&field](const FieldContent& other) { return other.name == field.donor; });
+  return donor->identifiers;
 }
 
 /// The numbers of the identifiers that stand for those of the file, which are numbered up to
@@ -113,10 +111,16 @@ void StructureLoader::loadRepresentation(const RepresentationContent& content,
 StructureLoader::Renames StructureLoader::renamesFor(const RepresentationContent& content,
                                                      const Representation& representation) const {
   Renames renames;
-  forEachFragmentWithData(content, [&](const FieldContent& inFile, const std::string& name) {
+  for (const FieldContent& inFile : content.fields) {
     const auto field = representation.findField(inFile.name);
-    if (field && holdsData(*field, name)) renames.try_emplace(name);
-  });
+    if (!field) continue;
+    const IdentifierContent& identifiers = identifiersIn(content, inFile);
+    for (std::size_t i = 0; i < inFile.table.size(); ++i) {
+      if (!inFile.table.hasData(i) || inFile.table.number(i) == FragmentRow::kUndivided) continue;
+      std::string name = identifiers.nameOf(static_cast<std::size_t>(inFile.table.number(i)));
+      if (holdsData(*field, name)) renames.try_emplace(std::move(name));
+    }
+  }
   if (renames.empty()) return renames;
   std::set<std::string> taken;
   representation.iterate([&taken](const FieldID&, const Field& field) {
@@ -211,6 +215,11 @@ void StructureLoader::attach(const FieldContent& content, Field& field,
   const std::string& shownName = file_->state().shownName;
   const auto present = field.getElementType();
   if (present && present->TypeName != content.typeName) {
+    // The file is about to be continued: what is left out would be gone.
+    if (onEqualNames_ == EqualNames::KeepPresent)
+      throw StorageError(shownName, "load field " + content.name,
+                         "it holds elements of " + content.typeName + ", the bundle's field of " +
+                             present->TypeName);
     Larder::Console() << shownName << ": the field \"" << content.name << "\" holds elements of "
                       << content.typeName << ", the bundle's of " << present->TypeName
                       << "; the file's are left out.";

@@ -54,8 +54,9 @@ void StructureWriter::forEachField(const Bundle& bundle, Visit visit) {
           Donors donors;
           unsigned long long index = 0;
           representation->iterate([&](const FieldID& id, const Field& field) {
-            place.FieldName = id.name();
-            if (writer_.isWanted(place, field, nullptr)) visit(place, field, index++, donors);
+            const auto ofField = Larder::makeStrong<Placement>(place);
+            ofField->FieldName = id.name();
+            if (writer_.isWanted(*ofField, field, nullptr)) visit(*ofField, field, index++, donors);
             return true;
           });
         }
