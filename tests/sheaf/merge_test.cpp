@@ -114,6 +114,14 @@ TEST_F(Merge, AFragmentKeepsTheDataOfItsFieldsTogether) {
   }
 }
 
+TEST_F(Merge, UndividedDataSharesItsNameWithNoFragment) {
+  writeFile<int>(file_, {"x"}, 1);
+  put(*vertices(*bundle_), "v", "", ints(5));
+  EXPECT_TRUE(loadInto(bundle_, file_));
+  EXPECT_THAT(contentOf(*bundle_), ElementsAre(Entry("x", 1)));
+  EXPECT_THAT(console_.messages(), ElementsAre());
+}
+
 TEST_F(Merge, AnotherElementTypeIsLeftOut) {
   writeFile<int>(file_, {"x"}, 1);
   writeFile<double>(other_, {"y"}, 1);
