@@ -2,6 +2,7 @@
 
 import ctypes
 import os
+import pathlib
 import resource
 import shutil
 import signal
@@ -14,6 +15,7 @@ LIBC = ctypes.CDLL(None, use_errno=True)
 CLONE_NEWNS, CLONE_NEWUSER = 0x00020000, 0x10000000
 MS_NODEV, MS_REC, MS_PRIVATE, MNT_DETACH = 4, 16384, 1 << 18, 2
 
+LEAKS = pathlib.Path(__file__).with_name("leaks.supp")
 CALLS = ("read", "pread", "write", "pwrite", "ftruncate", "fsync", "rename", "open", "fallocate",
          "pthread_create")
 SHORT, KILL_BEFORE, KILL_BEHIND = 0, -1, -2  # in place of an errno
@@ -154,6 +156,7 @@ class Program:
         self.fault_library = os.path.abspath(fault_library)
         self.time_limit = time_limit
         self.environment = dict(os.environ, LC_ALL="C", ASAN_OPTIONS="verify_asan_link_order=0",
+                                LSAN_OPTIONS=f"suppressions={LEAKS}:print_suppressions=0",
                                 UBSAN_OPTIONS="print_stacktrace=0")
         self.environment.pop("LD_PRELOAD", None)
         self.started = []
