@@ -57,7 +57,7 @@ std::vector<std::string> allLinks(hid_t group);
 /// Those that are not our own.
 std::vector<std::string> childLinks(hid_t group);
 
-/// What tells two groups apart: the open file's number in HDF5, and the address in the file.
+/// What distinguishes two groups: the open file's number in HDF5, and the address in the file.
 using ObjectPlace = std::pair<unsigned long, haddr_t>;
 ObjectPlace placeOf(hid_t object);
 
